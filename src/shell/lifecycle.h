@@ -1,0 +1,40 @@
+#pragma once
+// The start-up sequence of the loading screen and the end of the run, without any window:
+// the screens pass in what they show.
+#include <string>
+
+#include "program_state.h"
+
+namespace brindale::shell {
+
+class LifecycleView {
+public:
+    virtual ~LifecycleView() = default;
+    virtual void setLabel(const std::string& text) = 0;
+    // Let the window repaint; called often, so it must be cheap.
+    virtual void repaint() = 0;
+    // How far a long step has come; total 0 hides the bar.
+    virtual void progress(long done, long total) { (void)done; (void)total; }
+};
+
+enum class StartResult {
+    Ok,
+    MissingSourceFile,  // "Some source file is not exist!": nothing was touched
+    LinkFailed,         // the connection could not be opened: message key linkADO
+};
+
+// The literal of the loading screen, before any language table is loaded.
+inline constexpr const char* kLoadingSettingText = "Loading Setting ...";
+inline constexpr const char* kMissingSourceText = "Some source file is not exist!";
+inline constexpr const char* kMessageTitle = "Brindale";
+
+// Tests the three files in their order; false at the first one missing.
+bool checkSourceFiles(const std::string& appDir);
+
+// Steps 1 to 11 of the start. A damaged input raises FatalError before any file is changed.
+StartResult runStartup(ProgramState& state, LifecycleView& view);
+
+// The end of the run: the mirror is written, everything is closed, the database file deleted.
+void endProgram(ProgramState& state, LifecycleView& view);
+
+}  // namespace brindale::shell

@@ -1,0 +1,79 @@
+#pragma once
+// frmMain: the hub. Menus, the tree of the chain, the PLU list and the tabbed PLU editor.
+#include <QMainWindow>
+#include <functional>
+#include <map>
+
+#include "program_state.h"
+
+class QAction;
+class QMenu;
+class QPushButton;
+class QTabWidget;
+class QTableWidget;
+class QTreeWidget;
+
+namespace brindale::shell {
+
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit MainWindow(ProgramState& state, QWidget* parent = nullptr);
+
+    ProgramState& state() { return state_; }
+
+    // Runs the load event: captions, help file, centring, tree.
+    void loadEvent();
+    // Applies the language texts to menus, buttons, list headings and tabs.
+    void setMainCaptions();
+    void setPLUCaptions();
+
+    // 1 saved, 2 nothing to save or the operator said no, 3 cancelled.
+    int askSavePLU();
+    // The PLU editor installs its save here; it returns true when the row was saved.
+    void setPluSaver(std::function<bool()> saver) { pluSaver_ = std::move(saver); }
+    // What closing the window starts: the closing screen and the end of the run.
+    void setEndHandler(std::function<void()> handler) { endHandler_ = std::move(handler); }
+
+    void changeLanguage(int index);
+
+    QAction* action(const QString& name) const;
+    QPushButton* button(const QString& name) const;
+    QTreeWidget* tree() const { return tree_; }
+    QTableWidget* pluGrid() const { return grid_; }
+    QTabWidget* pluTabs() const { return tabs_; }
+
+    // Set once the end has run, so that a second close does nothing.
+    bool ending() const { return ending_; }
+
+public slots:
+    void menuExit();
+    void menuEnglish() { menuLanguage(0); }
+    void menuChinese() { menuLanguage(1); }
+    void menuOther() { menuLanguage(2); }
+
+protected:
+    void closeEvent(QCloseEvent* e) override;
+
+private:
+    void buildMenus();
+    void buildBody();
+    void menuLanguage(int index);
+    void setHelpFile();
+    void centre();
+    QAction* addAction(QMenu* menu, const char* name);
+    QMenu* addMenu(QMenu* parentMenu, const char* name);
+
+    ProgramState& state_;
+    std::map<QString, QAction*> actions_;
+    std::map<QString, QMenu*> menus_;
+    std::map<QString, QPushButton*> buttons_;
+    QTreeWidget* tree_ = nullptr;
+    QTableWidget* grid_ = nullptr;
+    QTabWidget* tabs_ = nullptr;
+    std::function<bool()> pluSaver_;
+    std::function<void()> endHandler_;
+    bool ending_ = false;
+};
+
+}  // namespace brindale::shell

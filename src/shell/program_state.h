@@ -1,0 +1,52 @@
+#pragma once
+// The program-wide variables of one run.
+#include <memory>
+#include <string>
+
+#include "language.h"
+#include "settings.h"
+#include "store/database.h"
+#include "store/recordset.h"
+
+namespace brindale::shell {
+
+inline constexpr const char* kNoMachine = "  0.  0.  0.  0";
+
+struct ProgramState {
+    std::string appDir;  // the application folder: every path is relative to it
+    Settings settings;
+    LanguageSet lang;
+
+    // The working database. Recordsets are made on first use and live until the end of the run.
+    std::string connectionString;
+    std::unique_ptr<store::Database> Conn;
+    std::unique_ptr<store::Recordset> RsPLU, RsAux, RsWork;
+
+    // Selection in the tree.
+    int currentStore = 0;
+    int currentSection = 0;
+    std::string currentScaleIP = kNoMachine;
+    int currentDept = 0;
+    int currentMG = 0;
+    std::string selectedKeyStoreView;
+    std::string selectedKeyDataView;
+    int viewNumber = 1;  // 1 store view, 0 data view
+
+    // PLU editor state.
+    bool pluChanged = false;
+    int selectedGridRow = 0;
+    int currentTab = 1;
+
+    std::string helpFile;
+
+    std::string path(const std::string& relative) const;
+    std::string databasePath() const;
+    const std::string& text(std::string_view section, std::string_view key) const { return lang.text(section, key); }
+    // The language block's whole section text, e.g. for the transfer engine.
+    std::string sectionText(const std::string& section) const;
+
+    // Closes the recordsets and the connection (in that order).
+    void closeDatabase();
+};
+
+}  // namespace brindale::shell

@@ -1,0 +1,69 @@
+#include "screens.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QProgressBar>
+#include <QScreen>
+#include <QVBoxLayout>
+
+namespace brindale::shell {
+
+StatusScreen::StatusScreen(const QString& objectName, const QString& labelName, QWidget* parent)
+    : QWidget(parent, Qt::Dialog | Qt::FramelessWindowHint) {
+    setObjectName(objectName);
+    setWindowTitle("Brindale");
+    auto* frame = new QVBoxLayout(this);
+    frame->setContentsMargins(24, 20, 24, 20);
+    auto* title = new QLabel("Brindale", this);
+    title->setObjectName("lblTitle");
+    QFont f = title->font();
+    f.setPointSizeF(f.pointSizeF() * 1.6);
+    f.setBold(true);
+    title->setFont(f);
+    label_ = new QLabel(this);
+    label_->setObjectName(labelName);
+    label_->setMinimumWidth(320);
+    bar_ = new QProgressBar(this);
+    bar_->setObjectName("progressBar");
+    bar_->setTextVisible(true);
+    bar_->setVisible(false);
+    frame->addWidget(title);
+    frame->addWidget(label_);
+    frame->addWidget(bar_);
+    setStyleSheet("QWidget#" + objectName + " { border: 1px solid palette(mid); }");
+    resize(420, 130);
+    sincePaint_.start();
+}
+
+void StatusScreen::centre() {
+    if (QScreen* s = QApplication::primaryScreen()) {
+        QRect g = s->availableGeometry();
+        move(g.left() + (g.width() - width()) / 2, g.top() + (g.height() - height()) / 2);
+    }
+}
+
+void StatusScreen::setLabel(const std::string& text) {
+    label_->setText(QString::fromStdString(text));
+    sincePaint_.invalidate();
+    repaint();
+}
+
+void StatusScreen::repaint() {
+    // Painting after every row would cost more than the row; a few times a second is enough.
+    if (sincePaint_.isValid() && sincePaint_.elapsed() < 40) return;
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    sincePaint_.restart();
+}
+
+void StatusScreen::progress(long done, long total) {
+    if (total <= 0) {
+        bar_->setVisible(false);
+        return;
+    }
+    bar_->setVisible(true);
+    bar_->setMaximum(static_cast<int>(std::min<long>(total, INT32_MAX)));
+    bar_->setValue(static_cast<int>(std::min(done, total)));
+    repaint();
+}
+
+}  // namespace brindale::shell

@@ -1,0 +1,31 @@
+#pragma once
+// The loading screen (frmLoading) and the closing screen (frmEnd): a label and a progress bar
+// that repaint while the work runs.
+#include <QElapsedTimer>
+#include <QWidget>
+
+#include "lifecycle.h"
+
+class QLabel;
+class QProgressBar;
+
+namespace brindale::shell {
+
+class StatusScreen : public QWidget, public LifecycleView {
+    Q_OBJECT
+public:
+    StatusScreen(const QString& objectName, const QString& labelName, QWidget* parent = nullptr);
+
+    void setLabel(const std::string& text) override;
+    void repaint() override;
+    void progress(long done, long total) override;
+    QLabel* label() const { return label_; }
+    void centre();
+
+private:
+    QLabel* label_;
+    QProgressBar* bar_;
+    QElapsedTimer sincePaint_;
+};
+
+}  // namespace brindale::shell
