@@ -1,0 +1,343 @@
+// The whole program, offscreen: start, main window, end; bad inputs; a second instance.
+#include <QAction>
+#include <QLabel>
+#include <QProcess>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTableWidget>
+#include <QtTest>
+#include <filesystem>
+
+#include "shell/application.h"
+#include "shell/ini.h"
+#include "shell/lifecycle.h"
+#include "shell/main_window.h"
+#include "shell/messages.h"
+#include "support/temp_app.h"
+
+using namespace brindale::shell;
+using brindale::testing::TempApp;
+namespace fs = std::filesystem;
+
+namespace {
+
+QString langText(const TempApp& app, const char* language, const char* section, const char* key) {
+    LanguageTable t;
+    loadSection(app.path("ini/Language1.ini"), language, section, t);
+    return QString::fromStdString(t.text(key));
+}
+
+// Answers every message with `answer` and keeps them.
+struct Answering {
+    explicit Answering(MsgResult answer) {
+        Messages::clearShown();
+        Messages::setResponder([answer](const MessageRecord&) { return answer; });
+    }
+    ~Answering() { Messages::setResponder({}); }
+};
+
+bool waitFor(const std::function<bool()>& cond, int ms) {
+    QElapsedTimer t;
+    t.start();
+    while (!cond()) {
+        if (t.elapsed() > ms) return false;
+        QTest::qWait(50);
+    }
+    return true;
+}
+
+}  // namespace
+
+class ShellGuiTest : public QObject {
+    Q_OBJECT
+private slots:
+    void startShowsCaptionsAndCleanEndDeletesDatabase();
+    void loadingScreenShowsItsThreeTexts();
+    void missingSettingsFileShowsLiteralAndTouchesNothing();
+    void missingLanguageFilesShowTheSameLiteral();
+    void damagedSettingsLineNamesFileAndLine();
+    void duplicateKeyNamesFileAndLine();
+    void schemaLineWithoutTwoCommasNamesFileAndLine();
+    void databaseAndTemporaryLeftTogetherStopTheStart();
+    void missingSchemaEndsWithTheLinkMessage();
+    void crashLeftDatabaseIsDeletedAndRebuilt();
+    void titleBarCloseLosesUnsavedPluWithoutQuestionMenuExitAsks();
+    void languageChangeCancelledChangesNothing();
+    void languageChangeRewritesSettingsAndCaptions();
+    void secondInstanceEndsSilentlyAndTheDatabaseIsOpenToOtherClients();
+};
+
+void ShellGuiTest::startShowsCaptionsAndCleanEndDeletesDatabase() {
+    TempApp app;
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 0);
+    MainWindow* w = a.mainWindow();
+    QVERIFY(w && w->isVisible());
+    QVERIFY(app.exists("Database/Brindale1.mdb"));
+    QCOMPARE(w->action("menuFile")->text(), langText(app, "Standard", "frmMain_Menu", "menuFile"));
+    QCOMPARE(w->action("menuExit")->text(), langText(app, "Standard", "frmMain_Menu", "menuExit"));
+    QCOMPARE(w->action("menuDownloadMG")->text(), langText(app, "Standard", "frmMain_Menu", "menuDownloadMG"));
+    QCOMPARE(w->button("cmdStore")->text(), langText(app, "Standard", "frmMain_cmd", "MainCmdStroe"));
+    QCOMPARE(w->button("cmdReflesh")->text(), langText(app, "Standard", "frmMain_cmd", "MainCmdReflesh"));
+    QCOMPARE(w->pluGrid()->horizontalHeaderItem(1)->text(), langText(app, "Standard", "frmMain_flexgrid", "MainGrdPLU"));
+    QCOMPARE(w->pluTabs()->tabText(0), langText(app, "Standard", "frmMain_sstab", "MainTab0"));
+    QVERIFY(w->findChild<QObject*>("treeStoreAndData"));
+    QVERIFY(w->action("menuEnglish")->isChecked());
+    QVERIFY(!w->action("menuEditLabelFormat")->isEnabled());  // its window comes later
+    QVERIFY(w->action("menuExit")->isEnabled());
+    QCOMPARE(QString::fromStdString(a.state().helpFile), QString::fromStdString(app.path("Software Help EN1.chm")));
+
+    w->action("menuExit")->trigger();
+    QVERIFY(a.ended());
+    QVERIFY(!app.exists("Database/Brindale1.mdb"));
+    for (const auto& e : fs::directory_iterator(app.path("Database")))
+        QVERIFY2(e.path().extension() != ".mdb", e.path().c_str());
+    QVERIFY(Messages::shown().empty());
+}
+
+namespace {
+struct RecordingView : LifecycleView {
+    std::vector<std::string> labels;
+    void setLabel(const std::string& t) override { labels.push_back(t); }
+    void repaint() override {}
+};
+}  // namespace
+
+void ShellGuiTest::loadingScreenShowsItsThreeTexts() {
+    TempApp app;
+    ProgramState st;
+    st.appDir = app.dir();
+    RecordingView v;
+    QCOMPARE(int(runStartup(st, v)), int(StartResult::Ok));
+    QCOMPARE(v.labels.size(), size_t(3));
+    QCOMPARE(v.labels[0], std::string("Loading Setting ..."));
+    QCOMPARE(QString::fromStdString(v.labels[1]), langText(app, "Standard", "frm_OTHER", "loadSHOW2"));
+    QCOMPARE(QString::fromStdString(v.labels[2]), langText(app, "Standard", "frm_OTHER", "loadSHOW3"));
+    endProgram(st, v);
+    QVERIFY(!app.exists("Database/Brindale1.mdb"));
+}
+
+void ShellGuiTest::missingSettingsFileShowsLiteralAndTouchesNothing() {
+    TempApp app;
+    fs::remove(app.path("ini/SETTING1.cfg"));
+    const std::string before = app.snapshot();
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 1);
+    QCOMPARE(Messages::shown().size(), size_t(1));
+    QCOMPARE(Messages::shown()[0].text, QString("Some source file is not exist!"));
+    QCOMPARE(Messages::shown()[0].title, QString("Brindale"));
+    QVERIFY(Messages::shown()[0].icon == MsgIcon::Exclamation);
+    QVERIFY(!Messages::shown()[0].text.contains("SETTING1"));  // the message names no file
+    QCOMPARE(app.snapshot(), before);
+    QVERIFY(!a.mainWindow());
+}
+
+void ShellGuiTest::missingLanguageFilesShowTheSameLiteral() {
+    for (const char* f : {"ini/Language1.ini", "ini/ParameterPLU1.ini"}) {
+        TempApp app;
+        fs::remove(app.path(f));
+        const std::string before = app.snapshot();
+        Answering answers(MsgResult::Ok);
+        Application a(app.dir());
+        QCOMPARE(a.start(), 1);
+        QCOMPARE(Messages::shown().at(0).text, QString("Some source file is not exist!"));
+        QCOMPARE(app.snapshot(), before);
+    }
+}
+
+void ShellGuiTest::damagedSettingsLineNamesFileAndLine() {
+    TempApp app;
+    app.write("ini/SETTING1.cfg", " 0 \r\n 2 \r\n dot \r\n 3 \r\n");
+    const std::string before = app.snapshot();
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 2);
+    QCOMPARE(Messages::shown().size(), size_t(1));
+    const QString text = Messages::shown()[0].text;
+    QVERIFY2(text.contains("SETTING1.cfg") && text.contains("line 3"), qPrintable(text));
+    QVERIFY(Messages::shown()[0].icon == MsgIcon::Stop);
+    QCOMPARE(app.snapshot(), before);
+}
+
+void ShellGuiTest::duplicateKeyNamesFileAndLine() {
+    TempApp app;
+    // A second "loadSHOW2" right after the first one of the Standard block.
+    std::string text = app.read("ini/Language1.ini");
+    size_t at = text.find("loadSHOW2");
+    QVERIFY(at != std::string::npos);
+    size_t eol = text.find('\n', at);
+    long line = 1 + std::count(text.begin(), text.begin() + static_cast<long>(eol), '\n') + 1;
+    text.insert(eol + 1, "LOADSHOW2=again\n");
+    app.write("ini/Language1.ini", text);
+    const std::string before = app.snapshot();
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 2);
+    const QString msg = Messages::shown().at(0).text;
+    QVERIFY2(msg.contains("Language1.ini") && msg.contains(QString("line %1").arg(line)), qPrintable(msg));
+    QCOMPARE(app.snapshot(), before);
+}
+
+void ShellGuiTest::schemaLineWithoutTwoCommasNamesFileAndLine() {
+    TempApp app;
+    app.write("Database/ABC1.txt", "[STORE]\nST_No,4,4\nST_Name 10 20\n\n[END]\n");
+    app.write("Database/Brindale1.mdb", "left by an earlier run");
+    const std::string before = app.snapshot();
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 2);
+    const QString msg = Messages::shown().at(0).text;
+    QVERIFY2(msg.contains("ABC1.txt") && msg.contains("line 3"), qPrintable(msg));
+    QCOMPARE(app.snapshot(), before);
+}
+
+void ShellGuiTest::databaseAndTemporaryLeftTogetherStopTheStart() {
+    TempApp app;
+    app.write("Database/Brindale1.mdb", "old");
+    app.write("Database/Brindale1_.mdb", "old temporary");
+    const std::string before = app.snapshot();
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 2);
+    QVERIFY(Messages::shown().at(0).text.contains("Brindale1_.mdb"));
+    QCOMPARE(app.snapshot(), before);
+}
+
+void ShellGuiTest::missingSchemaEndsWithTheLinkMessage() {
+    TempApp app;
+    fs::remove(app.path("Database/ABC1.txt"));
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 1);
+    QCOMPARE(Messages::shown().at(0).text, langText(app, "Standard", "msgbox", "linkADO"));
+    QVERIFY(Messages::shown().at(0).icon == MsgIcon::Stop);
+    QVERIFY(!app.exists("Database/Brindale1.mdb"));
+}
+
+void ShellGuiTest::crashLeftDatabaseIsDeletedAndRebuilt() {
+    TempApp app;
+    app.write("Database/Brindale1.mdb", "garbage left by a crash");
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 0);
+    QVERIFY(app.read("Database/Brindale1.mdb").rfind("SQLite format 3", 0) == 0);
+    QVERIFY(a.state().Conn->table("KVR_25"));
+    a.mainWindow()->close();
+    QVERIFY(!app.exists("Database/Brindale1.mdb"));
+}
+
+void ShellGuiTest::titleBarCloseLosesUnsavedPluWithoutQuestionMenuExitAsks() {
+    {
+        TempApp app;
+        Answering answers(MsgResult::Cancel);
+        Application a(app.dir());
+        QCOMPARE(a.start(), 0);
+        a.state().pluChanged = true;
+        a.mainWindow()->action("menuExit")->trigger();
+        QCOMPARE(Messages::shown().size(), size_t(1));
+        QCOMPARE(Messages::shown()[0].text, langText(app, "Standard", "msgbox", "updatePLU"));
+        QVERIFY(Messages::shown()[0].buttons == MsgButtons::YesNoCancel);
+        QVERIFY(!a.ended());  // Cancel: the run goes on
+        QVERIFY(app.exists("Database/Brindale1.mdb"));
+        a.mainWindow()->close();  // the title-bar button: no question
+        QCOMPARE(Messages::shown().size(), size_t(1));
+        QVERIFY(a.ended());
+        QVERIFY(!app.exists("Database/Brindale1.mdb"));
+    }
+    {
+        TempApp app;
+        Answering answers(MsgResult::No);
+        Application a(app.dir());
+        QCOMPARE(a.start(), 0);
+        a.state().pluChanged = true;
+        a.mainWindow()->menuExit();
+        QCOMPARE(Messages::shown().size(), size_t(1));
+        QVERIFY(a.ended());
+    }
+}
+
+void ShellGuiTest::languageChangeCancelledChangesNothing() {
+    TempApp app;
+    Answering answers(MsgResult::Cancel);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 0);
+    MainWindow* w = a.mainWindow();
+    const std::string settings = app.read("ini/SETTING1.cfg");
+    const QString caption = w->action("menuFile")->text();
+    a.state().pluChanged = true;
+    w->action("menuChinese")->trigger();  // the click toggles the check mark first
+    QCOMPARE(Messages::shown().size(), size_t(1));
+    QVERIFY(!w->action("menuChinese")->isChecked());
+    QVERIFY(w->action("menuEnglish")->isChecked());
+    QCOMPARE(w->action("menuFile")->text(), caption);
+    QCOMPARE(app.read("ini/SETTING1.cfg"), settings);
+    QCOMPARE(a.state().settings.LanguageIndex, 0);
+    a.state().pluChanged = false;
+    w->close();
+}
+
+void ShellGuiTest::languageChangeRewritesSettingsAndCaptions() {
+    TempApp app;
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 0);
+    MainWindow* w = a.mainWindow();
+    w->action("menuChinese")->trigger();
+    QCOMPARE(w->action("menuFile")->text(), langText(app, "Chinese", "frmMain_Menu", "menuFile"));
+    QCOMPARE(w->button("cmdData")->text(), langText(app, "Chinese", "frmMain_cmd", "MainCmdData"));
+    QVERIFY(w->action("menuChinese")->isChecked() && !w->action("menuEnglish")->isChecked());
+    QVERIFY(app.read("ini/SETTING1.cfg").rfind(" 1 \r\n", 0) == 0);
+    QCOMPARE(QString::fromStdString(a.state().helpFile), QString::fromStdString(app.path("Software Help CN1.chm")));
+    w->action("menuOthers")->trigger();
+    QCOMPARE(w->action("menuExit")->text(), langText(app, "Other", "frmMain_Menu", "menuExit"));
+    QVERIFY(app.read("ini/SETTING1.cfg").rfind(" 2 \r\n", 0) == 0);
+    w->action("menuEnglish")->trigger();
+    QVERIFY(app.read("ini/SETTING1.cfg").rfind(" 0 \r\n", 0) == 0);
+    QVERIFY(Messages::shown().empty());
+    w->close();
+}
+
+void ShellGuiTest::secondInstanceEndsSilentlyAndTheDatabaseIsOpenToOtherClients() {
+    TempApp app;
+    const QString program = QString::fromStdString(app.installProgram());
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    QProcess first;
+    first.setProcessEnvironment(env);
+    first.start(program, {});
+    QVERIFY(first.waitForStarted(10000));
+    QVERIFY(waitFor([&] { return app.exists("Database/Brindale1.mdb") && !app.exists("Database/Brindale1_.mdb"); },
+                    20000));
+    QTest::qWait(300);
+
+    // Another client reads the working database while the program runs.
+    QProcess client;
+    client.start("sqlite3", {QString::fromStdString(app.path("Database/Brindale1.mdb")),
+                             "SELECT name FROM sqlite_schema WHERE type='table' ORDER BY name;"});
+    QVERIFY(client.waitForFinished(20000));
+    QCOMPARE(client.exitCode(), 0);
+    const QStringList tables = QString::fromUtf8(client.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+    for (const char* t : {"STORE", "SECT", "SCALE", "KVR_20", "KVR_23", "KVR_25", "KVR_14", "RC_25", "RC_46", "KVR_DF"})
+        QVERIFY2(tables.contains(t), t);
+
+    const std::string before = app.snapshot();
+    QProcess second;
+    second.setProcessEnvironment(env);
+    QElapsedTimer t;
+    t.start();
+    second.start(program, {});
+    QVERIFY(second.waitForFinished(15000));
+    QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(second.exitCode(), 0);
+    QVERIFY(second.readAllStandardOutput().isEmpty());
+    QCOMPARE(app.snapshot(), before);
+    QCOMPARE(first.state(), QProcess::Running);
+
+    first.kill();
+    QVERIFY(first.waitForFinished(10000));
+}
+
+QTEST_MAIN(ShellGuiTest)
+#include "shell_gui_test.moc"
