@@ -126,9 +126,11 @@ const Value& Recordset::value(int ordinal) const {
     return current_[i];
 }
 
-Value Recordset::coerce(const ColumnDef& c, Value v) const {
+Value Recordset::coerce(const ColumnDef& c, Value v) const { return coerceValue(c, std::move(v), table_); }
+
+Value coerceValue(const ColumnDef& c, Value v, const std::string& table) {
     auto bad = [&](const std::string& why) -> Value {
-        throw FatalError(table_, 0, "column " + c.name + ": the value \"" + v.toText() + "\" " + why);
+        throw FatalError(table, 0, "column " + c.name + ": the value \"" + v.toText() + "\" " + why);
     };
     if (v.isNull()) return v;
     if (c.isNumber()) {

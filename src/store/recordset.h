@@ -15,6 +15,10 @@
 
 namespace brindale::store {
 
+// Converts a value to a column's type as the engine does; a value that does not fit is a
+// FatalError naming the table, the column and the value.
+Value coerceValue(const ColumnDef& column, Value v, const std::string& table);
+
 class Recordset {
 public:
     Recordset(Database& db, std::string_view tableOrSelect);

@@ -1,0 +1,745 @@
+#include "mirror.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "codec/plu_record.h"
+#include "codec/small_records.h"
+#include "store/fatal_error.h"
+#include "store/recordset.h"
+#include "store/row_mapper.h"
+
+namespace fs = std::filesystem;
+
+namespace brindale::store {
+
+namespace {
+
+constexpr const char* kFolder = "AccessData";
+constexpr const char* kStaging = "AccessData.new";
+constexpr const char* kRetired = "AccessData.old";
+
+std::vector<MirrorTextColumn> cols(std::initializer_list<MirrorTextColumn> c) { return c; }
+
+std::vector<MirrorTextColumn> textFileColumns() {
+    return cols({{"No", false}, {"NameFirstLine", true}});
+}
+
+}  // namespace
+
+const std::vector<MirrorTextFile>& mirrorTextFiles() {
+    static const std::vector<MirrorTextFile> files = [] {
+        std::vector<MirrorTextFile> f;
+        f.push_back({"tempstore.txt", "STORE",
+                     cols({{"ST_No", false}, {"ST_Name", true}, {"Flag1", false}, {"Flag2", false}, {"BarFlag", false},
+                           {"barformat", false}, {"BarType", false}, {"LabFormat", false}}),
+                     false});
+        f.push_back({"tempsect.txt", "SECT",
+                     cols({{"SECT_No", false}, {"ST_No", false}, {"SECT_Name", true}, {"Flag1", false}, {"Flag2", false},
+                           {"BarFlag", false}, {"barformat", false}, {"BarType", false}, {"LabFormat", false}}),
+                     false});
+        f.push_back({"tempscale.txt", "SCALE",
+                     cols({{"SC_IP", false}, {"SC_No", false}, {"SC_Used", false}, {"SC_Dest", false},
+                           {"SC_MODEL_ID", false}, {"SC_PSK_Layout", false}, {"ST_No", false}, {"SECT_No", false}}),
+                     false});
+        f.push_back({"tempdept.txt", "KVR_20",
+                     cols({{"DP_No", false}, {"DP_Name", true}, {"Flag1", false}, {"Flag2", false}, {"BarFlag", false},
+                           {"barformat", false}, {"BarType", false}, {"LabFormat", false}, {"ST_No", false},
+                           {"SECT_No", false}}),
+                     false});
+        f.push_back({"tempmg.txt", "KVR_23",
+                     cols({{"MG_No", false}, {"MG_Name", true}, {"Flag1", false}, {"Flag2", false}, {"BarFlag", false},
+                           {"barformat", false}, {"BarType", false}, {"LabFormat", false}, {"ST_No", false},
+                           {"SECT_No", false}, {"DP_No", false}}),
+                     false});
+        f.push_back({"tempflexibarcode.txt", "KVR_14",
+                     cols({{"FBar_No", false}, {"FBar_Type", false}, {"FBar_ItemDigitNo", false},
+                           {"FBar_Data1Type", false}, {"FBar_Data2Type", false}, {"FBar_FBarDigitNo", false},
+                           {"FBar_CD", false}, {"FBar_Data1", false}, {"FBar_Data2", false}, {"FBar_Data1SH", false},
+                           {"FBar_Data2SH", false}, {"FBar_EANorITF", false}}),
+                     false});
+        f.push_back({"tempplu.txt", "KVR_25", cols({{"PLU_No", false}, {"ST_No", false}, {"SECT_No", false}}), false});
+        f.push_back({"tempsearch.txt", "SEARCH",
+                     cols({{"SH_No", false}, {"SH_Name", true}, {"DP_No1", false}, {"DP_No2", false}, {"MG_No1", false},
+                           {"MG_No2", false}, {"PLU_No1", false}, {"PLU_No2", false}, {"PLU_UPrice1", false},
+                           {"PLU_UPrice2", false}, {"ST_No", false}}),
+                     false});
+        f.push_back({"temppresetkey.txt", "KVR_41",
+                     cols({{"Scale_IP", false}, {"PSK_Layout", false}, {"Number", false}, {"Key_Switch", false},
+                           {"Status", false}, {"Csize", false}, {"Name", true}, {"Refer_To_File", false}}),
+                     false});
+        f.push_back({"tempformat.txt", "KVR_34", cols({{"PF_No", false}}), false});
+        f.push_back({"tempscrollmsg.txt", "KVR_3F", cols({{"Number", false}, {"Data", true}}), true});
+        {
+            std::vector<MirrorTextColumn> c = {{"Number", false}};
+            static const char* const names[] = {"Group1", "File1", "Scroll1", "Display1", "Speed1",
+                                                "Group2", "File2", "Scroll2", "Display2", "Speed2",
+                                                "Group3", "File3", "Scroll3", "Display3", "Speed3"};
+            for (const char* n : names) c.push_back({n, false});
+            f.push_back({"tempscrollseq.txt", "KVR_40", c, false});
+        }
+        f.push_back({"temptextfile.txt", "KVR_38", textFileColumns(), true});
+        f.push_back({"tempplacefile.txt", "KVR_39", textFileColumns(), true});
+        f.push_back({"tempingfile.txt", "KVR_3A", textFileColumns(), true});
+        f.push_back({"tempsmsgfile.txt", "KVR_3B", textFileColumns(), true});
+        f.push_back({"tempadvfile.txt", "KVR_3C", textFileColumns(), true});
+        f.push_back({"tempsnamefile.txt", "KVR_3D", textFileColumns(), true});
+        f.push_back({"temprptformatfile.txt", "KVR_AA",
+                     cols({{"Code", false}, {"Type", false}, {"StartNo", false}, {"EndNo", false},
+                           {"ConditionNo", false}, {"Status", false}}),
+                     false});
+        {
+            std::vector<MirrorTextColumn> c = {{"Code", false}};
+            static const char* const names[] = {"Sequence1", "Sequence2", "Sequence3", "Sequence4", "Sequence5",
+                                                "Sequence6", "Sequence7", "Sequence8", "Sequence9", "Sequence10",
+                                                "Resetreport", "Status"};
+            for (const char* n : names) c.push_back({n, false});
+            f.push_back({"temprptformatseqfile.txt", "KVR_AB", c, false});
+        }
+        f.push_back({"tempcontainertablefile.txt", "KVR_DF", cols({{"CNumber", false}, {"PLU_No", false}}), false});
+        return f;
+    }();
+    return files;
+}
+
+const std::vector<MirrorRecordFile>& mirrorRecordFiles() {
+    static const std::vector<MirrorRecordFile> files = {
+        {"tempdeptkvr.txt", "KVR_20", 23, RecordExtra::None},
+        {"tempmgkvr.txt", "KVR_23", 25, RecordExtra::None},
+        {"tempflexibarcodekvr.txt", "KVR_14", 16, RecordExtra::None},
+        {"tempplukvr.txt", "KVR_25", 0, RecordExtra::Plu},
+        // The name is kept as the mirror has always spelt it.
+        {"temppesetkeykvr.txt", "KVR_41", 45, RecordExtra::None},
+        {"tempformatkvr.txt", "KVR_34", 0, RecordExtra::None},
+        {"temptextfilekvr.txt", "KVR_38", 0, RecordExtra::TextName},
+        {"tempplacefilekvr.txt", "KVR_39", 0, RecordExtra::TextName},
+        {"tempingfilekvr.txt", "KVR_3A", 0, RecordExtra::TextName},
+        {"tempsmsgfilekvr.txt", "KVR_3B", 0, RecordExtra::TextName},
+        {"tempadvfilekvr.txt", "KVR_3C", 0, RecordExtra::TextName},
+        {"tempsnamefilekvr.txt", "KVR_3D", 0, RecordExtra::TextName},
+        {"temprptformatfilekvr.txt", "KVR_AA", 0, RecordExtra::ReportData},
+        {"temprptformatseqfilekvr.txt", "KVR_AB", 68, RecordExtra::None},
+        {"tempcontainertablefilekvr.txt", "KVR_DF", 10, RecordExtra::None},
+    };
+    return files;
+}
+
+std::string printValue(const Value& v) {
+    if (v.isNull()) return "Null";
+    if (v.isInt()) {
+        int64_t n = v.toInt();
+        return (n < 0 ? "" : " ") + std::to_string(n) + " ";
+    }
+    if (v.isReal()) {
+        std::string t = v.toText();
+        return (v.toReal() < 0 ? "" : " ") + t + " ";
+    }
+    return v.toText();
+}
+
+bool isNumericLine(const std::string& line) {
+    size_t i = 0, n = line.size();
+    while (i < n && std::isspace(static_cast<unsigned char>(line[i]))) ++i;
+    while (n > i && std::isspace(static_cast<unsigned char>(line[n - 1]))) --n;
+    if (i == n) return false;
+    if (line[i] == '+' || line[i] == '-') ++i;
+    bool digits = false, dot = false;
+    for (; i < n; ++i) {
+        char c = line[i];
+        if (std::isdigit(static_cast<unsigned char>(c))) digits = true;
+        else if (c == '.' && !dot) dot = true;
+        else break;
+    }
+    if (!digits) return false;
+    if (i < n && (line[i] == 'e' || line[i] == 'E')) {
+        ++i;
+        if (i < n && (line[i] == '+' || line[i] == '-')) ++i;
+        bool exp = false;
+        while (i < n && std::isdigit(static_cast<unsigned char>(line[i]))) { ++i; exp = true; }
+        if (!exp) return false;
+    }
+    return i == n;
+}
+
+namespace {
+
+// ---------- files ----------
+
+std::string readWhole(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw FatalError(path, 0, "the file cannot be read");
+    in.seekg(0, std::ios::end);
+    std::string s(static_cast<size_t>(in.tellg()), '\0');
+    in.seekg(0);
+    in.read(s.data(), static_cast<std::streamsize>(s.size()));
+    return s;
+}
+
+// Lines as the print statement ends them (CR LF); a bare LF ends a line too.
+std::vector<std::string_view> splitLines(const std::string& text) {
+    std::vector<std::string_view> lines;
+    size_t pos = 0;
+    while (pos < text.size()) {
+        size_t nl = text.find('\n', pos);
+        size_t end = nl == std::string::npos ? text.size() : nl;
+        size_t stop = (end > pos && text[end - 1] == '\r') ? end - 1 : end;
+        lines.emplace_back(text.data() + pos, stop - pos);
+        pos = nl == std::string::npos ? text.size() : nl + 1;
+    }
+    return lines;
+}
+
+// A file written whole and flushed to the disk before it is closed.
+class DurableFile {
+public:
+    explicit DurableFile(const std::string& path) : path_(path) {
+        fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd_ < 0) throw FatalError(path, 0, std::string("the file cannot be written: ") + std::strerror(errno));
+        buf_.reserve(1 << 20);
+    }
+    ~DurableFile() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    void write(const void* p, size_t n) {
+        buf_.append(static_cast<const char*>(p), n);
+        if (buf_.size() >= (1 << 20)) flushBuffer();
+    }
+    void write(std::string_view s) { write(s.data(), s.size()); }
+    void line(std::string_view s) {
+        write(s);
+        write("\r\n", 2);
+    }
+    void close() {
+        flushBuffer();
+        if (::fsync(fd_) != 0) fail();
+        if (::close(fd_) != 0) { fd_ = -1; fail(); }
+        fd_ = -1;
+    }
+
+private:
+    void flushBuffer() {
+        size_t off = 0;
+        while (off < buf_.size()) {
+            ssize_t w = ::write(fd_, buf_.data() + off, buf_.size() - off);
+            if (w < 0) {
+                if (errno == EINTR) continue;
+                fail();
+            }
+            off += static_cast<size_t>(w);
+        }
+        buf_.clear();
+    }
+    [[noreturn]] void fail() { throw FatalError(path_, 0, std::string("the file cannot be written: ") + std::strerror(errno)); }
+    std::string path_;
+    int fd_ = -1;
+    std::string buf_;
+};
+
+void syncFolder(const std::string& path) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+}
+
+long countRows(Database& db, const char* table) {
+    auto st = db.prepare("SELECT count(*) FROM " + quoteIdent(table));
+    st->step();
+    return static_cast<long>(st->columnInt(0));
+}
+
+struct Progress {
+    const MirrorOptions& o;
+    long total = 0;
+    long done = 0;
+    long point = 0;
+    void step(long n = 1) {
+        done += n;
+        if (o.progress) o.progress(done, total);
+    }
+    void checkpoint() {
+        if (o.checkpoint) o.checkpoint(point);
+        ++point;
+    }
+};
+
+const codec::CodePage& codePageOf(const MirrorOptions& o, const char* what) {
+    if (!o.env || !o.env->codePage) throw FatalError(what, 0, "no code page for the scale records");
+    return *o.env->codePage;
+}
+
+// ---------- export ----------
+
+void exportTextFiles(Database& db, const std::string& folder, Progress& p) {
+    for (const auto& f : mirrorTextFiles()) {
+        const TableDef* t = db.table(f.table);
+        if (!t) db.fail(std::string("there is no table ") + f.table);
+        std::string sql = "SELECT ";
+        for (size_t i = 0; i < f.columns.size(); ++i) {
+            if (t->columnIndex(f.columns[i].name) < 0)
+                db.fail(std::string("the table ") + f.table + " has no column " + f.columns[i].name);
+            sql += (i ? ", " : "") + quoteIdent(f.columns[i].name);
+        }
+        sql += " FROM " + quoteIdent(t->name) + " ORDER BY rowid";
+        DurableFile out(folder + "/" + f.file);
+        auto st = db.prepare(sql);
+        while (st->step()) {
+            for (size_t i = 0; i < f.columns.size(); ++i) out.line(printValue(st->column(static_cast<int>(i))));
+            if (f.marker) out.line(" 111 ");
+            p.step();
+            p.checkpoint();
+        }
+        out.close();
+        p.checkpoint();
+    }
+}
+
+class DbInheritance : public codec::InheritanceSource {
+public:
+    explicit DbInheritance(Database& db) : db_(db) {}
+    std::optional<codec::HierarchySettings> mainGroup(int64_t st, int64_t mg) override {
+        return fetch("SELECT LabFormat, barformat, BarFlag, Flag1, Flag2, DP_No FROM KVR_23 WHERE ST_No=?1 AND MG_No=?2 ORDER BY rowid",
+                     st, mg);
+    }
+    std::optional<codec::HierarchySettings> department(int64_t st, int64_t dp) override {
+        return fetch("SELECT LabFormat, barformat, BarFlag, Flag1, Flag2, DP_No FROM KVR_20 WHERE ST_No=?1 AND DP_No=?2 ORDER BY rowid",
+                     st, dp);
+    }
+    std::optional<codec::HierarchySettings> store(int64_t st) override {
+        return fetch("SELECT LabFormat, barformat, BarFlag, Flag1, Flag2, 0 FROM STORE WHERE ST_No=?1 ORDER BY rowid", st, -1);
+    }
+
+private:
+    std::optional<codec::HierarchySettings> fetch(const char* sql, int64_t a, int64_t b) {
+        auto& s = db_.cached(sql);
+        s.bind(1, Value(a));
+        if (b >= 0) s.bind(2, Value(b));
+        if (!s.step()) {
+            s.reset();
+            return std::nullopt;
+        }
+        codec::HierarchySettings h;
+        h.LabFormat = s.columnInt(0);
+        h.BarFormat = s.columnInt(1);
+        h.BarFlag = s.columnInt(2);
+        h.Flag1 = s.columnInt(3);
+        h.Flag2 = s.columnInt(4);
+        h.DP_No = s.columnInt(5);
+        s.reset();
+        return h;
+    }
+    Database& db_;
+};
+
+class DbFlexi : public codec::FlexiBarcodeSource {
+public:
+    explicit DbFlexi(Database& db) : db_(db) {}
+    std::optional<int64_t> itemDigitNo(int64_t no, int64_t kind) override {
+        auto& s = db_.cached("SELECT FBar_ItemDigitNo FROM KVR_14 WHERE FBar_No=?1 AND FBar_EANorITF=?2 ORDER BY rowid");
+        s.bind(1, Value(no));
+        s.bind(2, Value(kind));
+        std::optional<int64_t> r;
+        if (s.step()) r = s.columnInt(0);
+        s.reset();
+        return r;
+    }
+
+private:
+    Database& db_;
+};
+
+// A record file row without a record would shift every later record onto the wrong row; an
+// empty record of the table's shape keeps the pairing.
+std::vector<uint8_t> placeholderRecord(const MirrorRecordFile& f) {
+    if (f.fixedLength > 0) return std::vector<uint8_t>(static_cast<size_t>(f.fixedLength), 0);
+    std::vector<uint8_t> r(f.extra == RecordExtra::ReportData ? 35 : (f.extra == RecordExtra::TextName ? 8 : 6), 0);
+    r[4] = static_cast<uint8_t>(r.size() >> 8);
+    r[5] = static_cast<uint8_t>(r.size() & 0xFF);
+    return r;
+}
+
+bool recordFits(const MirrorRecordFile& f, const std::vector<uint8_t>& r) {
+    if (f.fixedLength > 0) return r.size() == static_cast<size_t>(f.fixedLength);
+    return r.size() >= 6 && static_cast<size_t>(r[4] << 8 | r[5]) == r.size();
+}
+
+void exportPluRecords(Database& db, const MirrorRecordFile& f, DurableFile& out, const MirrorOptions& o,
+                      Progress& p, MirrorReport& report) {
+    if (!o.env) throw FatalError(f.file, 0, "no codec settings for the PLU records");
+    RowMapper<codec::PluRow> map(db, f.table, codec::pluColumns());
+    DbInheritance inherit(db);
+    DbFlexi flexi(db);
+    codec::CodecEnvironment env = *o.env;
+    env.inheritance = &inherit;
+    env.flexiBarcodes = &flexi;
+    codec::EncoderContext ctx(env);
+    ctx.remembered.clearKey();
+    auto st = db.prepare(map.selectSql());
+    codec::PluRow row;
+    while (st->step()) {
+        map.read(*st, row);
+        codec::Bytes before = row.KVRBinData;
+        codec::Status s = codec::encodePluRecord(ctx, row, false);
+        if (!s.ok() || !row.KVRBinData || !recordFits(f, *row.KVRBinData)) {
+            std::string why = s.ok() ? "the record has no valid length" : s.message();
+            if (before && recordFits(f, *before)) {
+                report.warnings.push_back("PLU " + std::to_string(row.PLU_No) + ": " + why +
+                                          "; its last record was kept");
+                row.KVRBinData = before;
+            } else {
+                report.warnings.push_back("PLU " + std::to_string(row.PLU_No) + ": " + why +
+                                          "; only its number, store and section were kept");
+                row.KVRBinData = placeholderRecord(f);
+            }
+        }
+        out.write(row.KVRBinData->data(), row.KVRBinData->size());
+        p.step();
+        p.checkpoint();
+    }
+}
+
+void exportRecordFiles(Database& db, const std::string& folder, const MirrorOptions& o, Progress& p,
+                       MirrorReport& report) {
+    for (const auto& f : mirrorRecordFiles()) {
+        const TableDef* t = db.table(f.table);
+        if (!t) db.fail(std::string("there is no table ") + f.table);
+        DurableFile out(folder + "/" + f.file);
+        if (f.extra == RecordExtra::Plu) {
+            exportPluRecords(db, f, out, o, p, report);
+        } else {
+            auto st = db.prepare("SELECT KVRBinData FROM " + quoteIdent(t->name) + " ORDER BY rowid");
+            long n = 0;
+            while (st->step()) {
+                ++n;
+                Value v = st->column(0);
+                std::vector<uint8_t> rec = v.bytes();
+                if (!recordFits(f, rec)) {
+                    report.warnings.push_back(std::string(f.table) + " row " + std::to_string(n) +
+                                              ": no valid record; an empty one was written in its place");
+                    rec = placeholderRecord(f);
+                }
+                out.write(rec.data(), rec.size());
+                p.step();
+                p.checkpoint();
+            }
+        }
+        out.close();
+        p.checkpoint();
+    }
+}
+
+// ---------- import ----------
+
+void importTextFile(Database& db, const std::string& folder, const MirrorTextFile& f, Progress& p) {
+    const std::string path = folder + "/" + f.file;
+    std::error_code ec;
+    if (!fs::exists(path, ec)) return;  // a missing file leaves the table empty
+    const TableDef* t = db.table(f.table);
+    if (!t) db.fail(std::string("there is no table ") + f.table);
+    std::vector<ColumnDef> defs;
+    std::string sql = "INSERT INTO " + quoteIdent(t->name) + " (", vals;
+    for (size_t i = 0; i < f.columns.size(); ++i) {
+        int idx = t->columnIndex(f.columns[i].name);
+        if (idx < 0) db.fail(std::string("the table ") + f.table + " has no column " + f.columns[i].name);
+        defs.push_back(t->columns[static_cast<size_t>(idx)]);
+        sql += (i ? "," : "") + quoteIdent(defs.back().name);
+        vals += (i ? ",?" : "?") + std::to_string(i + 1);
+    }
+    sql += ") VALUES (" + vals + ")";
+    const std::string text = readWhole(path);
+    const auto lines = splitLines(text);
+    auto& st = db.cached(sql);
+    size_t cur = 0;
+    long row = 0;
+    while (cur < lines.size()) {
+        ++row;
+        for (size_t i = 0; i < f.columns.size(); ++i) {
+            if (cur >= lines.size())
+                throw FatalError(path, static_cast<long>(cur + 1),
+                                 "the file ends inside row " + std::to_string(row) + " (column " + defs[i].name + ")");
+            const long lineNo = static_cast<long>(cur + 1);
+            std::string value(lines[cur++]);
+            if (f.columns[i].untilNumber) {
+                // The lines of a value are joined without a break; the first numeric line ends it.
+                while (cur < lines.size() && !isNumericLine(std::string(lines[cur]))) value += lines[cur++];
+                if (f.marker && i + 1 == f.columns.size()) {
+                    if (cur >= lines.size())
+                        throw FatalError(path, static_cast<long>(cur + 1),
+                                         "the file ends before the marker line of row " + std::to_string(row));
+                    ++cur;  // the marker line
+                }
+            }
+            Value v;
+            try {
+                v = coerceValue(defs[i], Value(std::move(value)), f.table);
+            } catch (const FatalError& e) {
+                throw FatalError(path, lineNo, "row " + std::to_string(row) + ", " + e.reason());
+            }
+            st.bind(static_cast<int>(i + 1), v);
+        }
+        st.step();
+        st.reset();
+        p.step();
+    }
+}
+
+void setRecord(Database& db, const std::string& table, int64_t rowid, const std::vector<uint8_t>& rec,
+               RecordExtra extra) {
+    if (extra == RecordExtra::TextName) {
+        auto& st = db.cached("UPDATE " + quoteIdent(table) + " SET KVRBinData=?1, Name=?2 WHERE rowid=?3");
+        st.bind(1, Value(rec));
+        if (rec.size() == 8) st.bind(2, Value());
+        else st.bind(2, Value(std::vector<uint8_t>(rec.begin() + std::min<size_t>(8, rec.size()), rec.end())));
+        st.bind(3, Value(rowid));
+        st.step();
+        st.reset();
+    } else if (extra == RecordExtra::ReportData) {
+        auto& st = db.cached("UPDATE " + quoteIdent(table) + " SET KVRBinData=?1, Data=?2 WHERE rowid=?3");
+        st.bind(1, Value(rec));
+        if (rec.size() == 35) st.bind(2, Value());
+        else st.bind(2, Value(std::vector<uint8_t>(rec.begin() + std::min<size_t>(32, rec.size()), rec.end())));
+        st.bind(3, Value(rowid));
+        st.step();
+        st.reset();
+    } else {
+        auto& st = db.cached("UPDATE " + quoteIdent(table) + " SET KVRBinData=?1 WHERE rowid=?2");
+        st.bind(1, Value(rec));
+        st.bind(2, Value(rowid));
+        st.step();
+        st.reset();
+    }
+}
+
+std::vector<int64_t> rowIds(Database& db, const std::string& table) {
+    std::vector<int64_t> ids;
+    auto st = db.prepare("SELECT rowid FROM " + quoteIdent(table) + " ORDER BY rowid");
+    while (st->step()) ids.push_back(st->columnInt(0));
+    return ids;
+}
+
+void importPluRecords(Database& db, const std::string& path, const std::string& data, const MirrorOptions& o,
+                      Progress& p) {
+    if (!o.env) throw FatalError(path, 0, "no codec settings for the PLU records");
+    RowMapper<codec::PluRow> map(db, "KVR_25", codec::pluColumns());
+    auto& read = db.cached(map.selectSql());
+    std::vector<std::pair<int64_t, codec::PluRow>> rows;
+    while (read.step()) {
+        rows.emplace_back(read.columnInt(0), codec::PluRow{});
+        map.read(read, rows.back().second);
+    }
+    read.reset();
+    auto& write = db.cached(map.updateSql());
+    const int rowidParam = static_cast<int>(map.size() + 1);
+    size_t pos = 0;
+    long n = 0;
+    for (auto& [rowid, row] : rows) {
+        ++n;
+        if (pos + 6 > data.size())
+            throw FatalError(path, 0, "record " + std::to_string(n) + " is missing: the file holds records for " +
+                                          std::to_string(n - 1) + " of " + std::to_string(rows.size()) + " PLUs");
+        const size_t len = static_cast<size_t>(static_cast<uint8_t>(data[pos + 4])) << 8 |
+                           static_cast<uint8_t>(data[pos + 5]);
+        if (len < 6 || pos + len > data.size())
+            throw FatalError(path, 0, "record " + std::to_string(n) + " at byte " + std::to_string(pos) +
+                                          " gives the length " + std::to_string(len) + ", beyond the file");
+        row.KVRBinData.emplace(reinterpret_cast<const uint8_t*>(data.data() + pos),
+                               reinterpret_cast<const uint8_t*>(data.data() + pos + len));
+        pos += len;
+        codec::decodePluRecord(*o.env, row);
+        map.bind(write, row);
+        sqlite3_bind_int64(write.handle(), rowidParam, rowid);
+        write.step();
+        write.reset();
+        p.step();
+    }
+}
+
+void importRecordFile(Database& db, const std::string& folder, const MirrorRecordFile& f, const MirrorOptions& o,
+                      Progress& p) {
+    const std::string path = folder + "/" + f.file;
+    std::error_code ec;
+    if (!fs::exists(path, ec)) return;
+    const TableDef* t = db.table(f.table);
+    if (!t) db.fail(std::string("there is no table ") + f.table);
+    const std::string data = readWhole(path);
+    if (f.extra == RecordExtra::Plu) {
+        if (data.empty()) return;
+        importPluRecords(db, path, data, o, p);
+        return;
+    }
+    const auto ids = rowIds(db, t->name);
+    size_t pos = 0;
+    long n = 0;
+    for (int64_t id : ids) {
+        ++n;
+        size_t len;
+        if (f.fixedLength > 0) {
+            // A short file is not noticed: the rows beyond its end keep no record.
+            if (pos + static_cast<size_t>(f.fixedLength) > data.size()) break;
+            len = static_cast<size_t>(f.fixedLength);
+        } else {
+            if (data.empty()) return;
+            if (pos + 6 > data.size())
+                throw FatalError(path, 0, "record " + std::to_string(n) + " is missing: the file holds records for " +
+                                              std::to_string(n - 1) + " of " + std::to_string(ids.size()) + " rows");
+            len = static_cast<size_t>(static_cast<uint8_t>(data[pos + 4])) << 8 | static_cast<uint8_t>(data[pos + 5]);
+            if (len < 6 || pos + len > data.size())
+                throw FatalError(path, 0, "record " + std::to_string(n) + " at byte " + std::to_string(pos) +
+                                              " gives the length " + std::to_string(len) + ", beyond the file");
+        }
+        std::vector<uint8_t> rec(reinterpret_cast<const uint8_t*>(data.data() + pos),
+                                 reinterpret_cast<const uint8_t*>(data.data() + pos + len));
+        pos += len;
+        setRecord(db, t->name, id, rec, f.extra);
+        p.step();
+    }
+}
+
+template <class Row>
+void decodeSmallTable(Database& db, const char* table, const char* file, std::span<const codec::ColumnInfo<Row>> columns,
+                      const codec::CodePage& cp) {
+    RowMapper<Row> map(db, table, columns);
+    auto& read = db.cached(map.selectSql());
+    std::vector<std::pair<int64_t, Row>> rows;
+    while (read.step()) {
+        rows.emplace_back(read.columnInt(0), Row{});
+        map.read(read, rows.back().second);
+    }
+    read.reset();
+    auto& write = db.cached(map.updateSql());
+    const int rowidParam = static_cast<int>(map.size() + 1);
+    long n = 0;
+    for (auto& [rowid, row] : rows) {
+        ++n;
+        if (!row.KVRBinData) continue;  // no record: the text file's values stand
+        codec::Status s = codec::decodeSmallRecords(std::span<Row>(&row, 1), cp);
+        if (!s.ok()) throw FatalError(file, 0, "record " + std::to_string(n) + ": " + s.message());
+        map.bind(write, row);
+        sqlite3_bind_int64(write.handle(), rowidParam, rowid);
+        write.step();
+        write.reset();
+    }
+}
+
+long fileLines(const std::string& path) {
+    std::error_code ec;
+    auto size = fs::file_size(path, ec);
+    return ec ? 0 : static_cast<long>(size / 64 + 1);
+}
+
+}  // namespace
+
+void exportTables(Database& db, const std::string& folder, const MirrorOptions& options) {
+    Progress p{options};
+    for (const auto& f : mirrorTextFiles()) p.total += countRows(db, f.table);
+    exportTextFiles(db, folder, p);
+}
+
+MirrorReport exportRecords(Database& db, const std::string& folder, const MirrorOptions& options) {
+    Progress p{options};
+    for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
+    MirrorReport report;
+    exportRecordFiles(db, folder, options, p, report);
+    return report;
+}
+
+void importTables(Database& db, const std::string& folder, const MirrorOptions& options) {
+    Progress p{options};
+    for (const auto& f : mirrorTextFiles()) p.total += fileLines(folder + "/" + f.file);
+    Transaction tx(db);
+    for (const auto& f : mirrorTextFiles()) importTextFile(db, folder, f, p);
+    tx.commit();
+}
+
+void importRecords(Database& db, const std::string& folder, const MirrorOptions& options) {
+    Progress p{options};
+    for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
+    Transaction tx(db);
+    for (const auto& f : mirrorRecordFiles()) importRecordFile(db, folder, f, options, p);
+    tx.commit();
+}
+
+void decodeSmallRecordTables(Database& db, const std::string& folder, const MirrorOptions& options) {
+    const codec::CodePage& cp = codePageOf(options, "decodeSmallRecords");
+    Transaction tx(db);
+    decodeSmallTable<codec::DeptRow>(db, "KVR_20", (folder + "/tempdeptkvr.txt").c_str(), codec::deptColumns(), cp);
+    decodeSmallTable<codec::MainGroupRow>(db, "KVR_23", (folder + "/tempmgkvr.txt").c_str(), codec::mainGroupColumns(), cp);
+    decodeSmallTable<codec::FlexiBarcodeRow>(db, "KVR_14", (folder + "/tempflexibarcodekvr.txt").c_str(),
+                                             codec::flexiBarcodeColumns(), cp);
+    tx.commit();
+}
+
+void recoverMirror(const std::string& appDir) {
+    const std::string live = appDir + "/" + kFolder, staging = appDir + "/" + kStaging, retired = appDir + "/" + kRetired;
+    std::error_code ec;
+    if (!fs::exists(live, ec)) {
+        // The end stopped between its two renames: the new set was complete before the first one.
+        if (fs::exists(staging, ec)) fs::rename(staging, live, ec);
+        else if (fs::exists(retired, ec)) fs::rename(retired, live, ec);
+        syncFolder(appDir);
+    }
+    if (fs::exists(live, ec)) {
+        fs::remove_all(staging, ec);
+        fs::remove_all(retired, ec);
+    }
+}
+
+void readMirror(Database& db, const std::string& appDir, const MirrorOptions& options) {
+    recoverMirror(appDir);
+    const std::string folder = appDir + "/" + kFolder;
+    importTables(db, folder, options);
+    importRecords(db, folder, options);
+    decodeSmallRecordTables(db, folder, options);
+}
+
+MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOptions& options) {
+    const std::string live = appDir + "/" + kFolder, staging = appDir + "/" + kStaging, retired = appDir + "/" + kRetired;
+    std::error_code ec;
+    recoverMirror(appDir);
+    fs::remove_all(staging, ec);
+    fs::create_directories(staging, ec);
+    if (ec) throw FatalError(staging, 0, "the folder cannot be made: " + ec.message());
+
+    Progress p{options};
+    for (const auto& f : mirrorTextFiles()) p.total += countRows(db, f.table);
+    for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
+    MirrorReport report;
+    exportTextFiles(db, staging, p);
+    exportRecordFiles(db, staging, options, p, report);
+    syncFolder(staging);
+    p.checkpoint();
+
+    if (!fs::exists(live, ec)) {
+        fs::rename(staging, live, ec);
+        if (ec) throw FatalError(live, 0, "the new mirror cannot be put in place: " + ec.message());
+    } else if (::renameat2(AT_FDCWD, staging.c_str(), AT_FDCWD, live.c_str(), RENAME_EXCHANGE) == 0) {
+        // One atomic swap: the old set now stands under the staging name.
+        syncFolder(appDir);
+        p.checkpoint();
+        fs::remove_all(staging, ec);
+    } else {
+        // A file system without the swap: two renames, which the next start completes if they
+        // are interrupted between them.
+        fs::rename(live, retired, ec);
+        if (ec) throw FatalError(live, 0, "the old mirror cannot be moved aside: " + ec.message());
+        syncFolder(appDir);
+        p.checkpoint();
+        fs::rename(staging, live, ec);
+        if (ec) throw FatalError(live, 0, "the new mirror cannot be put in place: " + ec.message());
+        syncFolder(appDir);
+        p.checkpoint();
+        fs::remove_all(retired, ec);
+    }
+    syncFolder(appDir);
+    p.checkpoint();
+    return report;
+}
+
+}  // namespace brindale::store
