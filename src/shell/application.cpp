@@ -4,8 +4,16 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <signal.h>
+#include <sys/socket.h>
+
+#include <cstdio>
+
 #include <QApplication>
 #include <QCoreApplication>
+#include <QGuiApplication>
+#include <QSessionManager>
+#include <QSocketNotifier>
 
 #include "main_window.h"
 #include "messages.h"
@@ -50,7 +58,7 @@ int Application::start() {
     }
     try {
         main_ = std::make_unique<MainWindow>(state_);
-        main_->setEndHandler([this] { end(); });
+        main_->setEndHandler([this] { return end(); });
         main_->loadEvent();
     } catch (const std::exception& e) {
         loading.hide();
@@ -58,27 +66,86 @@ int Application::start() {
     }
     loading.hide();
     main_->show();
+    if (terminationPending_) QMetaObject::invokeMethod(main_.get(), "close", Qt::QueuedConnection);
     return 0;
 }
 
-void Application::end() {
+namespace {
+int signalPipe[2] = {-1, -1};
+void onSignal(int) {
+    char c = 1;
+    // Only async-signal-safe work here: the event loop does the rest.
+    [[maybe_unused]] auto n = ::write(signalPipe[1], &c, 1);
+}
+}  // namespace
+
+void Application::installTerminationHandlers() {
+    if (signalPipe[0] < 0 && ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) return;
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this] {
+        char buf[16];
+        [[maybe_unused]] auto n = ::read(signalPipe[0], buf, sizeof buf);
+        requestTermination();
+    });
+    struct sigaction sa {};
+    sa.sa_handler = onSignal;
+    sigemptyset(&sa.sa_mask);
+    sa.sa_flags = SA_RESTART;
+    for (int sig : {SIGTERM, SIGINT, SIGHUP}) sigaction(sig, &sa, nullptr);
+    if (auto* gui = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+        connect(gui, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) { requestTermination(); },
+                Qt::DirectConnection);
+    }
+}
+
+void Application::requestTermination() {
     if (ended_) return;
+    terminationPending_ = true;
+    // Still loading: the main window closes as soon as it stands.
+    if (main_) main_->close();
+}
+
+bool Application::end() {
+    if (ended_) return true;
     ended_ = true;
     StatusScreen closing("frmEnd", "labDisplay");
     closing.centre();
+    std::vector<std::string> warnings;
     try {
         closing.setLabel(state_.text("frm_OTHER", "unloadSHOW1"));
         if (main_) main_->setEnabled(false);
         closing.show();
         closing.repaint();
-        endProgram(state_, closing);
+        warnings = endProgram(state_, closing);
     } catch (const std::exception& e) {
         closing.hide();
-        QCoreApplication::exit(reportFatal(e));
-        return;
+        if (!state_.Conn) {
+            // Everything was saved and closed; only the last step failed.
+            QCoreApplication::exit(reportFatal(e));
+            return true;
+        }
+        // The old mirror is untouched and the working database still open: the operator can
+        // mend the cause (a full disk, a write-protected folder) and close again.
+        Messages::show(QObject::tr("%1\n\nThe data could not be saved. The program stays open; "
+                                   "nothing was lost. Mend the cause and close the program again.")
+                           .arg(QString::fromStdString(e.what())),
+                       MsgIcon::Stop);
+        if (main_) main_->setEnabled(true);
+        ended_ = false;
+        return false;
     }
     closing.hide();
+    if (!warnings.empty() && terminationPending_) {
+        // Nobody may be at the screen when the session ends: the list goes to the error output.
+        for (const auto& w : warnings) std::fprintf(stderr, "Brindale: %s\n", w.c_str());
+    } else if (!warnings.empty()) {
+        QString text = QObject::tr("These PLUs could not be packed as they stood:");
+        for (size_t i = 0; i < warnings.size() && i < 20; ++i) text += "\n" + QString::fromStdString(warnings[i]);
+        if (warnings.size() > 20) text += QObject::tr("\n... and %1 more").arg(warnings.size() - 20);
+        Messages::show(text, MsgIcon::Exclamation);
+    }
     QCoreApplication::exit(0);
+    return true;
 }
 
 std::string applicationFolder() { return QCoreApplication::applicationDirPath().toStdString(); }

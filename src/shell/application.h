@@ -22,7 +22,13 @@ public:
     int start();
 
     // The closing screen and endProgram; then the event loop is asked to end with status 0.
-    void end();
+    // When the mirror cannot be written the run goes on (false), so that nothing is lost.
+    bool end();
+
+    // SIGTERM, SIGINT, SIGHUP and the end of the desktop session end the run as closing the main
+    // window does: the mirror is written.
+    void installTerminationHandlers();
+    void requestTermination();
 
     ProgramState& state() { return state_; }
     MainWindow* mainWindow() const { return main_.get(); }
@@ -36,6 +42,7 @@ private:
     ProgramState state_;
     std::unique_ptr<MainWindow> main_;
     bool ended_ = false;
+    bool terminationPending_ = false;
 };
 
 // The application folder: the folder of the executable.

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "paths.h"
+#include "store/mirror.h"
 #include "store/rebuild.h"
 
 namespace fs = std::filesystem;
@@ -42,15 +43,37 @@ StartResult runStartup(ProgramState& state, LifecycleView& view) {
         state.closeDatabase();
         return StartResult::LinkFailed;
     }
+
+    state.prepareCodec();
+    const codec::CodecEnvironment env = state.codecEnvironment();
+    store::MirrorOptions options;
+    options.env = &env;
+    options.progress = [&](long done, long total) { view.progress(done, total); };
+    store::readMirror(*state.Conn, state.appDir, options);
+    view.progress(0, 0);
     return StartResult::Ok;
 }
 
-void endProgram(ProgramState& state, LifecycleView& view) {
+std::vector<std::string> endProgram(ProgramState& state, LifecycleView& view) {
     view.repaint();
+    std::vector<std::string> warnings;
+    if (state.Conn) {
+        state.prepareCodec();
+        const codec::CodecEnvironment env = state.codecEnvironment();
+        store::MirrorOptions options;
+        options.env = &env;
+        options.progress = [&](long done, long total) { view.progress(done, total); };
+        // The recordsets go first: the mirror reads the tables through the connection alone.
+        state.RsWork.reset();
+        state.RsPLU.reset();
+        state.RsAux.reset();
+        warnings = store::writeMirror(*state.Conn, state.appDir, options).warnings;
+    }
     state.closeDatabase();
     state.lang.clear();
     std::error_code ec;
     fs::remove(state.databasePath(), ec);
+    return warnings;
 }
 
 }  // namespace brindale::shell

@@ -2,6 +2,7 @@
 // The start-up sequence of the loading screen and the end of the run, without any window:
 // the screens pass in what they show.
 #include <string>
+#include <vector>
 
 #include "program_state.h"
 
@@ -35,6 +36,7 @@ bool checkSourceFiles(const std::string& appDir);
 StartResult runStartup(ProgramState& state, LifecycleView& view);
 
 // The end of the run: the mirror is written, everything is closed, the database file deleted.
-void endProgram(ProgramState& state, LifecycleView& view);
+// Returns what could not be packed as it stood (each such PLU kept its last record).
+std::vector<std::string> endProgram(ProgramState& state, LifecycleView& view);
 
 }  // namespace brindale::shell

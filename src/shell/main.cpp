@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
     if (brindale::shell::anotherInstanceRuns()) return 0;  // silently, touching nothing
 
     brindale::shell::Application app(brindale::shell::applicationFolder());
+    app.installTerminationHandlers();
     if (int status = app.start()) return status;
     return QApplication::exec();
 }

@@ -36,13 +36,13 @@ struct ButtonDef {
 constexpr ButtonDef kTreeButtons[] = {{"cmdStore", "MainCmdStroe"}, {"cmdData", "MainCmdData"}};
 constexpr ButtonDef kListButtons[] = {
     {"cmdUp", "MainCmdUP"},           {"cmdDown", "MainCmdDown"},       {"cmdSelectAll", "MainCmdSelectAll"},
-    {"cmdClearAll", "MainCmdClearALL"}, {"cmdDelAll", "MainCmdDelAll"}, {"cmdSendAll", "MainCmdDownLoad"},
-    {"cmdDel", "MainCmdDelete"},      {"cmdUpload", "MainCmdUpLoad"},   {"cmdReflesh", "MainCmdReflesh"},
+    {"cmdClearAll", "MainCmdClearALL"}, {"cmdDelAll", "MainCmdDelAll"}, {"cmdSendAll", "MainCmdSendAll"},
+    {"cmdDel", "MainCmdDel"},         {"cmdUpload", "MainCmdUpLoad"},   {"cmdReflesh", "MainCmdReflesh"},
 };
 constexpr ButtonDef kEditorButtons[] = {
     {"cmdNew", "MainCmdNew"},       {"cmdEdit", "MainCmdEdit"},     {"cmdUpdate", "MainCmdUpdate"},
     {"cmdCancel", "MainCmdCancel"}, {"cmdDlelte", "MainCmdDelete"}, {"cmdCopy", "MainCmdCopy"},
-    {"cmdDownload", "MainCmdDisplay"},
+    {"cmdDownload", "MainCmdDownLoad"},
 };
 // Headings of the PLU list, in column order.
 constexpr const char* kGridKeys[] = {"MainGrdNo", "MainGrdPLU", "MainGrdItem", "MainGrdName", "MainGrdUP",
@@ -359,7 +359,11 @@ void MainWindow::closeEvent(QCloseEvent* e) {
         return;
     }
     ending_ = true;
-    if (endHandler_) endHandler_();
+    if (endHandler_ && !endHandler_()) {
+        ending_ = false;
+        e->ignore();
+        return;
+    }
     e->accept();
 }
 

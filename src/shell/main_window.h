@@ -32,8 +32,9 @@ public:
     int askSavePLU();
     // The PLU editor installs its save here; it returns true when the row was saved.
     void setPluSaver(std::function<bool()> saver) { pluSaver_ = std::move(saver); }
-    // What closing the window starts: the closing screen and the end of the run.
-    void setEndHandler(std::function<void()> handler) { endHandler_ = std::move(handler); }
+    // What closing the window starts: the closing screen and the end of the run. It returns false
+    // when the data could not be saved: the window then stays open.
+    void setEndHandler(std::function<bool()> handler) { endHandler_ = std::move(handler); }
 
     void changeLanguage(int index);
 
@@ -72,7 +73,7 @@ private:
     QTableWidget* grid_ = nullptr;
     QTabWidget* tabs_ = nullptr;
     std::function<bool()> pluSaver_;
-    std::function<void()> endHandler_;
+    std::function<bool()> endHandler_;
     bool ending_ = false;
 };
 

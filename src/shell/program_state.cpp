@@ -12,6 +12,33 @@ std::string ProgramState::sectionText(const std::string& section) const {
     return getSectionText(path(kLanguageFile), settings.LanguageName(), section, "");
 }
 
+void ProgramState::prepareCodec() {
+    if (!codePage) codePage = std::make_unique<codec::CodePage>(codec::CodePage::forSystem());
+    auto values = [&](const char* section) {
+        std::vector<std::string> v;
+        if (const LanguageTable* t = lang.find(section))
+            for (size_t i = 0; i < t->size(); ++i) v.push_back(t->valueAt(i));
+        return v;
+    };
+    barcodeLists.EAN_DISP = values("EAN_DISP");
+    barcodeLists.EAN_EDIT = values("EAN_EDIT");
+    barcodeLists.ITF_DISP = values("ITF_DISP");
+    barcodeLists.ITF_EDIT = values("ITF_EDIT");
+    barcodeLists.BAR_LAST_BYTE = values("BAR_LAST_BYTE");
+    barcodeLists.EAN128C = values("EAN128C");
+}
+
+codec::CodecEnvironment ProgramState::codecEnvironment() const {
+    codec::CodecEnvironment env;
+    env.settings.CountryIndex = settings.CountryIndex;
+    env.settings.ScaleTypeIndex = settings.ScaleTypeIndex;
+    env.settings.PriceDecimals = settings.PriceDecimals;
+    env.settings.WeightDecimals = settings.WeightDecimals;
+    env.codePage = codePage.get();
+    env.barcodeLists = &barcodeLists;
+    return env;
+}
+
 void ProgramState::closeDatabase() {
     RsWork.reset();
     RsPLU.reset();

@@ -3,6 +3,8 @@
 #include <memory>
 #include <string>
 
+#include "codec/code_page.h"
+#include "codec/environment.h"
 #include "language.h"
 #include "settings.h"
 #include "store/database.h"
@@ -38,6 +40,13 @@ struct ProgramState {
     int currentTab = 1;
 
     std::string helpFile;
+
+    // What the scale records need: the code page of the system's language and the barcode lists
+    // of the parameter table. Made once the tables are loaded.
+    std::unique_ptr<codec::CodePage> codePage;
+    codec::BarcodeLists barcodeLists;
+    void prepareCodec();
+    codec::CodecEnvironment codecEnvironment() const;
 
     std::string path(const std::string& relative) const;
     std::string databasePath() const;

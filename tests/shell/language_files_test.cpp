@@ -67,7 +67,8 @@ std::set<std::pair<std::string, std::string>> lookedUpKeys() {
         ss << f.rdbuf();
         std::string src = ss.str();
         for (std::sregex_iterator it(src.begin(), src.end(), pair), end; it != end; ++it)
-            if (sections.count((*it)[1])) keys.insert({(*it)[1], (*it)[2]});
+            // A list of section names is no lookup.
+            if (sections.count((*it)[1]) && !sections.count((*it)[2])) keys.insert({(*it)[1], (*it)[2]});
         for (std::sregex_iterator it(src.begin(), src.end(), msgKey), end; it != end; ++it)
             keys.insert({"msgbox", (*it)[1]});
         for (std::sregex_iterator it(src.begin(), src.end(), literal), end; it != end; ++it) {
