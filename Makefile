@@ -38,7 +38,7 @@ $(BENCHBUILD)/build.ninja: | deps
 
 bench: deps $(BENCHBUILD)/build.ninja
 	@cmake --build $(BENCHBUILD) -j $(JOBS)
-	@for b in $$(find $(BENCHBUILD)/bench -maxdepth 2 -type f -name 'bench_*' -perm -u+x | sort); do \
+	@for b in $$(find $(BENCHBUILD)/bench -maxdepth 2 2>/dev/null -type f -name 'bench_*' -perm -u+x | sort); do \
 	  echo "== $$b"; $$b || exit 1; \
 	done
 
@@ -51,7 +51,7 @@ fuzz-build: deps $(FUZZBUILD)/build.ninja
 
 # Long fuzzing: every target for FUZZ_RUNS executions.
 fuzz: fuzz-build
-	@for f in $$(find $(FUZZBUILD)/fuzz -maxdepth 2 -type f -name 'fuzz_*' -perm -u+x | sort); do \
+	@for f in $$(find $(FUZZBUILD)/fuzz -maxdepth 2 2>/dev/null -type f -name 'fuzz_*' -perm -u+x | sort); do \
 	  echo "== $$f ($(FUZZ_RUNS) runs)"; \
 	  $$f -runs=$(FUZZ_RUNS) -print_final_stats=1 2>&1 | grep -E 'stat::number_of_executed_units|ERROR|SUMMARY|Done' ; \
 	  test $${PIPESTATUS[0]} -eq 0 || exit 1; \
@@ -59,7 +59,7 @@ fuzz: fuzz-build
 
 # Short fuzzing, part of `make test`.
 fuzz-smoke: fuzz-build
-	@for f in $$(find $(FUZZBUILD)/fuzz -maxdepth 2 -type f -name 'fuzz_*' -perm -u+x | sort); do \
+	@for f in $$(find $(FUZZBUILD)/fuzz -maxdepth 2 2>/dev/null -type f -name 'fuzz_*' -perm -u+x | sort); do \
 	  echo "== fuzz smoke $$(basename $$f) ($(FUZZ_SMOKE_SECONDS) s)"; \
 	  $$f -max_total_time=$(FUZZ_SMOKE_SECONDS) -print_final_stats=1 > $(FUZZBUILD)/$$(basename $$f).log 2>&1 \
 	    || { tail -40 $(FUZZBUILD)/$$(basename $$f).log; exit 1; }; \

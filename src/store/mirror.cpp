@@ -215,9 +215,10 @@ public:
         write(s);
         write("\r\n", 2);
     }
+    // The data reach the disk with one syncfs() for the whole set (syncFolder), before the set is
+    // put in place.
     void close() {
         flushBuffer();
-        if (::fsync(fd_) != 0) fail();
         if (::close(fd_) != 0) { fd_ = -1; fail(); }
         fd_ = -1;
     }
@@ -247,6 +248,16 @@ void syncFolder(const std::string& path) {
         ::fsync(fd);
         ::close(fd);
     }
+}
+
+// Every file written so far, on the file system of `path`, reaches the disk.
+void syncFileSystem(const std::string& path) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) throw FatalError(path, 0, std::string("the folder cannot be opened: ") + std::strerror(errno));
+    const int rc = ::syncfs(fd);
+    const int err = errno;
+    ::close(fd);
+    if (rc != 0) throw FatalError(path, 0, std::string("the files cannot be flushed to the disk: ") + std::strerror(err));
 }
 
 long countRows(Database& db, const char* table) {
@@ -713,6 +724,7 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     MirrorReport report;
     exportTextFiles(db, staging, p);
     exportRecordFiles(db, staging, options, p, report);
+    syncFileSystem(staging);
     syncFolder(staging);
     p.checkpoint();
 
