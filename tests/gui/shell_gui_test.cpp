@@ -7,6 +7,8 @@
 #include <QTableWidget>
 #include <QtTest>
 #include <filesystem>
+#include <signal.h>
+#include <sys/stat.h>
 
 #include "shell/application.h"
 #include "shell/ini.h"
@@ -65,6 +67,7 @@ private slots:
     void languageChangeCancelledChangesNothing();
     void languageChangeRewritesSettingsAndCaptions();
     void secondInstanceEndsSilentlyAndTheDatabaseIsOpenToOtherClients();
+    void sigtermWritesTheNewMirrorAndEnds();
 };
 
 void ShellGuiTest::startShowsCaptionsAndCleanEndDeletesDatabase() {
@@ -337,6 +340,37 @@ void ShellGuiTest::secondInstanceEndsSilentlyAndTheDatabaseIsOpenToOtherClients(
 
     first.kill();
     QVERIFY(first.waitForFinished(10000));
+}
+
+void ShellGuiTest::sigtermWritesTheNewMirrorAndEnds() {
+    TempApp app;
+    app.write("AccessData/tempstore.txt", " 1 \r\nCorner shop\r\n 0 \r\n 0 \r\n 0 \r\n 0 \r\n0\r\n 0 \r\n");
+    struct stat before {};
+    QCOMPARE(::stat(app.path("AccessData").c_str(), &before), 0);
+    const QString program = QString::fromStdString(app.installProgram());
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    QProcess p;
+    p.setProcessEnvironment(env);
+    p.start(program, {});
+    QVERIFY(p.waitForStarted(10000));
+    QVERIFY(waitFor([&] { return app.exists("Database/Brindale1.mdb") && !app.exists("Database/Brindale1_.mdb"); },
+                    20000));
+    QTest::qWait(500);
+    ::kill(static_cast<pid_t>(p.processId()), SIGTERM);
+    QVERIFY(p.waitForFinished(30000));
+    QCOMPARE(p.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(p.exitCode(), 0);
+    QVERIFY(!app.exists("Database/Brindale1.mdb"));
+    struct stat after {};
+    QCOMPARE(::stat(app.path("AccessData").c_str(), &after), 0);
+    QVERIFY(after.st_ino != before.st_ino);  // a new set of files took the old one's place
+    for (const char* f : {"tempstore.txt", "tempsect.txt", "tempplu.txt", "tempplukvr.txt", "temppesetkeykvr.txt",
+                          "tempcontainertablefilekvr.txt"})
+        QVERIFY2(app.exists(std::string("AccessData/") + f), f);
+    QCOMPARE(app.read("AccessData/tempstore.txt"),
+             std::string(" 1 \r\nCorner shop\r\n 0 \r\n 0 \r\n 0 \r\n 0 \r\n0\r\n 0 \r\n"));
+    QVERIFY(!app.exists("AccessData.new") && !app.exists("AccessData.old"));
 }
 
 QTEST_MAIN(ShellGuiTest)
