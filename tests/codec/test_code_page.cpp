@@ -108,6 +108,36 @@ TEST(CodePage, FieldIsCutAndZeroFilled) {
   EXPECT_EQ(std::vector<uint8_t>(field, field + 5), (std::vector<uint8_t>{'a', 'b', 'c', 'd', 'e'}));
 }
 
+TEST(CodePage, CyrillicSingleBytePage) {
+  CodePage cp("CP1251");
+  std::vector<uint8_t> out;
+  cp.encode("\xD0\x9F\xD1\x80\xD0\xB8", out);  // "При"
+  EXPECT_EQ(out, (std::vector<uint8_t>{0xCF, 0xF0, 0xE8}));
+  EXPECT_EQ(cp.decode(out.data(), out.size()), "\xD0\x9F\xD1\x80\xD0\xB8");
+  cp.encode("\xC3\xA9", out);  // é has no place in the Cyrillic page
+  EXPECT_EQ(out, (std::vector<uint8_t>{'?'}));
+}
+
+TEST(CodePage, FieldCutCountsPageBytesNotUtf8Bytes) {
+  CodePage cp("CP1252");
+  uint8_t field[3];
+  EXPECT_EQ(cp.encodeField("\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9", field, 3), 3u);  // four é, three fit
+  EXPECT_EQ(std::vector<uint8_t>(field, field + 3), (std::vector<uint8_t>{0xE9, 0xE9, 0xE9}));
+  CodePage gbk("GBK");
+  uint8_t cut[3];
+  EXPECT_EQ(gbk.encodeField("\xE4\xB8\xAD\xE4\xB8\xAD", cut, 3), 3u);  // the second character is cut in half
+  EXPECT_EQ(std::vector<uint8_t>(cut, cut + 3), (std::vector<uint8_t>{0xD6, 0xD0, 0xD6}));
+}
+
+TEST(CodePage, MovedPageStillConverts) {
+  CodePage a("CP1252");
+  CodePage b(std::move(a));
+  std::vector<uint8_t> out;
+  b.encode("\xE2\x82\xAC", out);
+  EXPECT_EQ(out, (std::vector<uint8_t>{0x80}));
+  EXPECT_EQ(b.decode(out.data(), 1), "\xE2\x82\xAC");
+}
+
 TEST(CodePage, ZeroBytesStayInDecodedText) {
   CodePage cp("CP1252");
   const uint8_t b[] = {'a', 0, 0};
