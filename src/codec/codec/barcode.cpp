@@ -1,6 +1,5 @@
 #include "codec/barcode.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "codec/barcode_detail.h"
@@ -88,6 +87,20 @@ bool allDigits(std::string_view s) {
   return true;
 }
 
+void appendDecimal(std::string& out, int64_t v) {
+  char buf[24];
+  char* end = buf + sizeof buf;
+  char* p = end;
+  const bool negative = v < 0;
+  uint64_t u = negative ? 0 - static_cast<uint64_t>(v) : static_cast<uint64_t>(v);
+  do {
+    *--p = static_cast<char>('0' + u % 10);
+    u /= 10;
+  } while (u);
+  if (negative) *--p = '-';
+  out.append(p, static_cast<std::size_t>(end - p));
+}
+
 std::string_view stripLeadingZeros(std::string_view s) {
   while (s.size() > 1 && s.front() == '0') s.remove_prefix(1);
   return s;
@@ -135,9 +148,7 @@ void setEANData(const CodecEnvironment& env, RememberedSettings& rem, PluRow& ro
   d.append(item);
   if (d.size() < 10) d.append(10 - d.size(), '0');
   if (lastByte >= 0 && lastByte < 10) d.push_back('0');
-  char buf[24];
-  const int len = std::snprintf(buf, sizeof buf, "%lld", static_cast<long long>(lastByte));
-  d.append(buf, static_cast<std::size_t>(len));
+  appendDecimal(d, lastByte);
 }
 
 void splitEANData(const CodecEnvironment& env, PluRow& row) {

@@ -140,6 +140,21 @@ void convert(void* handle, const uint8_t* src, std::size_t n, bool utf8Source, s
   out.resize(used);
 }
 
+// Decodes the UTF-8 character at p (utf8Length(p) bytes long, > 1).
+uint32_t codePointAt(const uint8_t* p, std::size_t len) {
+  if (len == 2) return (p[0] & 0x1Fu) << 6 | (p[1] & 0x3Fu);
+  if (len == 3) return (p[0] & 0x0Fu) << 12 | (p[1] & 0x3Fu) << 6 | (p[2] & 0x3Fu);
+  return (p[0] & 0x07u) << 18 | (p[1] & 0x3Fu) << 12 | (p[2] & 0x3Fu) << 6 | (p[3] & 0x3Fu);
+}
+
+// Pages whose characters may take more than one byte, or that compose characters, stay with
+// iconv for every conversion.
+bool isSingleBytePage(const std::string& name) {
+  for (const char* multi : {"GBK", "BIG5", "CP932", "CP949", "CP936", "CP950", "CP1258"})
+    if (name == multi) return false;
+  return true;
+}
+
 }  // namespace
 
 uint16_t languageIdFromLocale(std::string_view locale) {
@@ -182,6 +197,28 @@ CodePage::CodePage(std::string iconvName) : name_(std::move(iconvName)) {
   }
   toPage_ = to == reinterpret_cast<iconv_t>(-1) ? nullptr : to;
   fromPage_ = from == reinterpret_cast<iconv_t>(-1) ? nullptr : from;
+  if (valid() && isSingleBytePage(name_)) buildSingleByteTables();
+}
+
+void CodePage::buildSingleByteTables() {
+  std::vector<uint8_t> utf8;
+  for (int b = 0x80; b <= 0xFF; ++b) {
+    const uint8_t byte = static_cast<uint8_t>(b);
+    convert(fromPage_, &byte, 1, false, utf8);
+    const std::size_t i = static_cast<std::size_t>(b - 0x80);
+    const std::size_t len = utf8.empty() ? 0 : utf8Length(utf8.data(), utf8.size());
+    if (utf8.size() < 2 || len != utf8.size()) {  // '?': the page has no character here
+      upperUtf8_[i] = {'?', 0, 0, 0};
+      upperUtf8Length_[i] = 1;
+      continue;
+    }
+    for (std::size_t k = 0; k < len; ++k) upperUtf8_[i][k] = static_cast<char>(utf8[k]);
+    upperUtf8Length_[i] = static_cast<uint8_t>(len);
+    const uint32_t cp = codePointAt(utf8.data(), len);
+    if (cp >= byteOfCodePoint_.size()) byteOfCodePoint_.resize(cp + 1, 0);
+    byteOfCodePoint_[cp] = byte;
+  }
+  singleByte_ = true;
 }
 
 CodePage CodePage::forLanguage(uint16_t languageId) {
@@ -194,15 +231,51 @@ CodePage::~CodePage() {
 }
 
 CodePage::CodePage(CodePage&& other) noexcept
-    : name_(std::move(other.name_)), toPage_(other.toPage_), fromPage_(other.fromPage_) {
+    : name_(std::move(other.name_)),
+      toPage_(other.toPage_),
+      fromPage_(other.fromPage_),
+      singleByte_(other.singleByte_),
+      upperUtf8_(other.upperUtf8_),
+      upperUtf8Length_(other.upperUtf8Length_),
+      byteOfCodePoint_(std::move(other.byteOfCodePoint_)) {
   other.toPage_ = nullptr;
   other.fromPage_ = nullptr;
 }
+
+namespace {
+
+// UTF-8 to a single-byte page through its table; stops when `cap` bytes are written.
+std::size_t encodeSingleByte(const uint8_t* p, std::size_t n, const std::vector<uint8_t>& table, uint8_t* out,
+                             std::size_t cap) {
+  std::size_t i = 0, o = 0;
+  while (i < n && o < cap) {
+    if (p[i] < 0x80) {
+      out[o++] = p[i++];
+      continue;
+    }
+    const std::size_t len = utf8Length(p + i, n - i);
+    uint8_t b = '?';
+    if (len > 1) {
+      const uint32_t cp = codePointAt(p + i, len);
+      if (cp < table.size() && table[cp] != 0) b = table[cp];
+    }
+    out[o++] = b;
+    i += len;
+  }
+  return o;
+}
+
+}  // namespace
 
 void CodePage::encode(std::string_view utf8, std::vector<uint8_t>& out) const {
   const auto* p = reinterpret_cast<const uint8_t*>(utf8.data());
   if (isAscii(p, utf8.size()) || !toPage_) {
     out.assign(p, p + utf8.size());
+    return;
+  }
+  if (singleByte_) {
+    out.resize(utf8.size());
+    out.resize(encodeSingleByte(p, utf8.size(), byteOfCodePoint_, out.data(), out.size()));
     return;
   }
   convert(toPage_, p, utf8.size(), true, out);
@@ -214,6 +287,8 @@ std::size_t CodePage::encodeField(std::string_view utf8, uint8_t* field, std::si
   if (isAscii(p, utf8.size()) || !toPage_) {
     n = utf8.size() < width ? utf8.size() : width;
     if (n) std::memcpy(field, p, n);
+  } else if (singleByte_) {
+    n = encodeSingleByte(p, utf8.size(), byteOfCodePoint_, field, width);
   } else {
     convert(toPage_, p, utf8.size(), true, scratch_);
     n = scratch_.size() < width ? scratch_.size() : width;
@@ -226,6 +301,17 @@ std::size_t CodePage::encodeField(std::string_view utf8, uint8_t* field, std::si
 void CodePage::decode(const uint8_t* bytes, std::size_t count, std::string& out) const {
   if (isAscii(bytes, count) || !fromPage_) {
     out.assign(reinterpret_cast<const char*>(bytes), count);
+    return;
+  }
+  if (singleByte_) {
+    out.clear();
+    for (std::size_t i = 0; i < count; ++i) {
+      const uint8_t b = bytes[i];
+      if (b < 0x80)
+        out.push_back(static_cast<char>(b));
+      else
+        out.append(upperUtf8_[b - 0x80].data(), upperUtf8Length_[b - 0x80]);
+    }
     return;
   }
   convert(fromPage_, bytes, count, false, scratch_);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -61,10 +62,18 @@ class CodePage {
   }
 
  private:
+  void buildSingleByteTables();
+
   std::string name_;
   void* toPage_ = nullptr;    // iconv_t UTF-8 -> page
   void* fromPage_ = nullptr;  // iconv_t page -> UTF-8
   mutable std::vector<uint8_t> scratch_;
+  // Single-byte pages convert through tables made from iconv once: a byte to its UTF-8 form,
+  // and a code point to its byte (0 where the page has none).
+  bool singleByte_ = false;
+  std::array<std::array<char, 4>, 128> upperUtf8_{};
+  std::array<uint8_t, 128> upperUtf8Length_{};
+  std::vector<uint8_t> byteOfCodePoint_;
 };
 
 }  // namespace brindale::codec
