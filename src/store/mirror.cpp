@@ -11,6 +11,7 @@
 
 #include "codec/plu_record.h"
 #include "codec/small_records.h"
+#include "store/codec_sources.h"
 #include "store/fatal_error.h"
 #include "store/recordset.h"
 #include "store/row_mapper.h"
@@ -312,60 +313,6 @@ void exportTextFiles(Database& db, const std::string& folder, Progress& p) {
     }
 }
 
-class DbInheritance : public codec::InheritanceSource {
-public:
-    explicit DbInheritance(Database& db) : db_(db) {}
-    std::optional<codec::HierarchySettings> mainGroup(int64_t st, int64_t mg) override {
-        return fetch("SELECT LabFormat, barformat, BarFlag, Flag1, Flag2, DP_No FROM KVR_23 WHERE ST_No=?1 AND MG_No=?2 ORDER BY rowid",
-                     st, mg);
-    }
-    std::optional<codec::HierarchySettings> department(int64_t st, int64_t dp) override {
-        return fetch("SELECT LabFormat, barformat, BarFlag, Flag1, Flag2, DP_No FROM KVR_20 WHERE ST_No=?1 AND DP_No=?2 ORDER BY rowid",
-                     st, dp);
-    }
-    std::optional<codec::HierarchySettings> store(int64_t st) override {
-        return fetch("SELECT LabFormat, barformat, BarFlag, Flag1, Flag2, 0 FROM STORE WHERE ST_No=?1 ORDER BY rowid", st, -1);
-    }
-
-private:
-    std::optional<codec::HierarchySettings> fetch(const char* sql, int64_t a, int64_t b) {
-        auto& s = db_.cached(sql);
-        s.bind(1, Value(a));
-        if (b >= 0) s.bind(2, Value(b));
-        if (!s.step()) {
-            s.reset();
-            return std::nullopt;
-        }
-        codec::HierarchySettings h;
-        h.LabFormat = s.columnInt(0);
-        h.BarFormat = s.columnInt(1);
-        h.BarFlag = s.columnInt(2);
-        h.Flag1 = s.columnInt(3);
-        h.Flag2 = s.columnInt(4);
-        h.DP_No = s.columnInt(5);
-        s.reset();
-        return h;
-    }
-    Database& db_;
-};
-
-class DbFlexi : public codec::FlexiBarcodeSource {
-public:
-    explicit DbFlexi(Database& db) : db_(db) {}
-    std::optional<int64_t> itemDigitNo(int64_t no, int64_t kind) override {
-        auto& s = db_.cached("SELECT FBar_ItemDigitNo FROM KVR_14 WHERE FBar_No=?1 AND FBar_EANorITF=?2 ORDER BY rowid");
-        s.bind(1, Value(no));
-        s.bind(2, Value(kind));
-        std::optional<int64_t> r;
-        if (s.step()) r = s.columnInt(0);
-        s.reset();
-        return r;
-    }
-
-private:
-    Database& db_;
-};
-
 // A record file row without a record would shift every later record onto the wrong row; an
 // empty record of the table's shape keeps the pairing.
 std::vector<uint8_t> placeholderRecord(const MirrorRecordFile& f) {
@@ -539,6 +486,11 @@ void importPluRecords(Database& db, const std::string& path, const std::string& 
                       Progress& p) {
     if (!o.env) throw FatalError(path, 0, "no codec settings for the PLU records");
     RowMapper<codec::PluRow> map(db, "KVR_25", codec::pluColumns());
+    DbInheritance inherit(db);
+    DbFlexi flexi(db);
+    codec::CodecEnvironment env = *o.env;
+    env.inheritance = &inherit;
+    env.flexiBarcodes = &flexi;
     auto& read = db.cached(map.selectSql());
     std::vector<std::pair<int64_t, codec::PluRow>> rows;
     while (read.step()) {
@@ -563,7 +515,7 @@ void importPluRecords(Database& db, const std::string& path, const std::string& 
         row.KVRBinData.emplace(reinterpret_cast<const uint8_t*>(data.data() + pos),
                                reinterpret_cast<const uint8_t*>(data.data() + pos + len));
         pos += len;
-        codec::decodePluRecord(*o.env, row);
+        codec::decodePluRecord(env, row);
         map.bind(write, row);
         sqlite3_bind_int64(write.handle(), rowidParam, rowid);
         write.step();

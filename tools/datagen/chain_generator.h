@@ -1,0 +1,25 @@
+#pragma once
+// A seeded, realistic chain written into an empty working database: stores, sections, scales,
+// departments, main groups, flexi barcodes, search sets and PLUs with every kind of field in use
+// (texts of several lines, nutrition, discounts, barcodes). The same seed gives the same chain.
+#include <cstdint>
+
+#include "codec/environment.h"
+#include "store/database.h"
+
+namespace brindale::datagen {
+
+struct ChainShape {
+    int stores = 2;
+    int sectionsPerStore = 2;
+    int scalesPerSection = 3;
+    int departmentsPerStore = 8;
+    int mainGroupsPerDepartment = 4;
+    int searchSetsPerStore = 2;
+    long plus = 1000;
+};
+
+void generateChain(store::Database& db, const codec::CodecEnvironment& env, const ChainShape& shape,
+                   uint32_t seed);
+
+}  // namespace brindale::datagen
