@@ -67,7 +67,8 @@ int64_t Statement::columnInt(int i) const { return sqlite3_column_int64(st_, i);
 
 std::unique_ptr<Database> Database::open(const std::string& path) {
     sqlite3* db = nullptr;
-    int rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
+    // One connection is used by one thread at a time: no lock around every call.
+    int rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK) {
         sqlite3_close(db);
         return nullptr;

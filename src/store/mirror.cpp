@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <array>
 #include <cctype>
 #include <cstring>
 #include <filesystem>
@@ -395,7 +396,15 @@ void exportRecordFiles(Database& db, const std::string& folder, const MirrorOpti
 
 // ---------- import ----------
 
-void importTextFile(Database& db, const std::string& folder, const MirrorTextFile& f, Progress& p) {
+// The keys of the PLU rows as the text file gives them, for the start that inserts each PLU
+// row once, whole, with its record unpacked.
+struct PluKeys {
+    std::vector<std::array<int64_t, 3>> rows;
+    bool collect = false;
+};
+
+void importTextFile(Database& db, const std::string& folder, const MirrorTextFile& f, Progress& p,
+                    PluKeys* pluKeys = nullptr) {
     const std::string path = folder + "/" + f.file;
     std::error_code ec;
     if (!fs::exists(path, ec)) return;  // a missing file leaves the table empty
@@ -413,11 +422,13 @@ void importTextFile(Database& db, const std::string& folder, const MirrorTextFil
     sql += ") VALUES (" + vals + ")";
     const std::string text = readWhole(path);
     const auto lines = splitLines(text);
+    const bool keysOnly = pluKeys && pluKeys->collect && iequals(f.table, "KVR_25");
     auto& st = db.cached(sql);
     size_t cur = 0;
     long row = 0;
     while (cur < lines.size()) {
         ++row;
+        std::array<int64_t, 3> keys{};
         for (size_t i = 0; i < f.columns.size(); ++i) {
             if (cur >= lines.size())
                 throw FatalError(path, static_cast<long>(cur + 1),
@@ -440,10 +451,15 @@ void importTextFile(Database& db, const std::string& folder, const MirrorTextFil
             } catch (const FatalError& e) {
                 throw FatalError(path, lineNo, "row " + std::to_string(row) + ", " + e.reason());
             }
-            st.bind(static_cast<int>(i + 1), v);
+            if (keysOnly) keys[i] = v.isNull() ? codec::kNullNumber : v.toInt();
+            else st.bind(static_cast<int>(i + 1), v);
         }
-        st.step();
-        st.reset();
+        if (keysOnly) {
+            pluKeys->rows.push_back(keys);
+        } else {
+            st.step();
+            st.reset();
+        }
         p.step();
     }
 }
@@ -520,6 +536,53 @@ void importPluRecords(Database& db, const std::string& path, const std::string& 
         sqlite3_bind_int64(write.handle(), rowidParam, rowid);
         write.step();
         write.reset();
+        p.step();
+    }
+}
+
+// The start's way with the PLUs: each row is made once, from its keys and its unpacked record,
+// one row in memory at a time.
+void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys, const MirrorOptions& o, Progress& p) {
+    if (!o.env) throw FatalError("tempplukvr.txt", 0, "no codec settings for the PLU records");
+    const std::string path = folder + "/tempplukvr.txt";
+    std::error_code ec;
+    std::string data;
+    if (fs::exists(path, ec)) data = readWhole(path);
+    RowMapper<codec::PluRow> map(db, "KVR_25", codec::pluColumns());
+    DbInheritance inherit(db);
+    DbFlexi flexi(db);
+    codec::CodecEnvironment env = *o.env;
+    env.inheritance = &inherit;
+    env.flexiBarcodes = &flexi;
+    auto& insert = db.cached(map.insertSql());
+    const codec::PluRow fresh = map.freshRow();
+    codec::PluRow row;
+    size_t pos = 0;
+    long n = 0;
+    for (const auto& k : keys.rows) {
+        ++n;
+        row = fresh;
+        row.PLU_No = k[0];
+        row.ST_No = k[1];
+        row.SECT_No = k[2];
+        if (!data.empty()) {
+            if (pos + 6 > data.size())
+                throw FatalError(path, 0, "record " + std::to_string(n) + " is missing: the file holds records for " +
+                                              std::to_string(n - 1) + " of " + std::to_string(keys.rows.size()) +
+                                              " PLUs");
+            const size_t len = static_cast<size_t>(static_cast<uint8_t>(data[pos + 4])) << 8 |
+                               static_cast<uint8_t>(data[pos + 5]);
+            if (len < 6 || pos + len > data.size())
+                throw FatalError(path, 0, "record " + std::to_string(n) + " at byte " + std::to_string(pos) +
+                                              " gives the length " + std::to_string(len) + ", beyond the file");
+            row.KVRBinData.emplace(reinterpret_cast<const uint8_t*>(data.data() + pos),
+                                   reinterpret_cast<const uint8_t*>(data.data() + pos + len));
+            pos += len;
+            codec::decodePluRecord(env, row);
+        }
+        map.bind(insert, row);
+        insert.step();
+        insert.reset();
         p.step();
     }
 }
@@ -657,8 +720,37 @@ void recoverMirror(const std::string& appDir) {
 void readMirror(Database& db, const std::string& appDir, const MirrorOptions& options) {
     recoverMirror(appDir);
     const std::string folder = appDir + "/" + kFolder;
-    importTables(db, folder, options);
-    importRecords(db, folder, options);
+    // The text files first and the record files after them, as ever; only the PLU rows wait for
+    // their records, so that each is written once.
+    Progress p{options};
+    for (const auto& f : mirrorTextFiles()) p.total += fileLines(folder + "/" + f.file);
+    PluKeys keys;
+    keys.collect = true;
+    // The working database is made anew from the mirror at every start, so while it is being
+    // filled nothing needs the journal or the waits for the disk: a crash here loses nothing
+    // that the next start does not rebuild. The usual safety returns before anyone else uses it.
+    db.exec("PRAGMA journal_mode=OFF");
+    db.exec("PRAGMA synchronous=OFF");
+    db.exec("PRAGMA cache_size=-65536");
+    struct Restore {
+        Database& db;
+        ~Restore() {
+            try {
+                db.exec("PRAGMA cache_size=-2000");
+                db.exec("PRAGMA synchronous=FULL");
+                db.exec("PRAGMA journal_mode=DELETE");
+            } catch (...) {
+            }
+        }
+    } restore{db};
+    Transaction tx(db);
+    for (const auto& f : mirrorTextFiles()) importTextFile(db, folder, f, p, &keys);
+    p.total += static_cast<long>(keys.rows.size());
+    for (const auto& f : mirrorRecordFiles()) {
+        if (f.extra == RecordExtra::Plu) insertPluRows(db, folder, keys, options, p);
+        else importRecordFile(db, folder, f, options, p);
+    }
+    tx.commit();
     decodeSmallRecordTables(db, folder, options);
 }
 
@@ -674,6 +766,8 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     for (const auto& f : mirrorTextFiles()) p.total += countRows(db, f.table);
     for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
     MirrorReport report;
+    // Every row is read once, in order: map the file rather than copy each page in.
+    db.exec("PRAGMA mmap_size=1073741824");
     exportTextFiles(db, staging, p);
     exportRecordFiles(db, staging, options, p, report);
     syncFileSystem(staging);

@@ -1,0 +1,153 @@
+// The start and the end of a run on a generated chain of 100,000 PLUs (or the count given):
+// seconds for the start (rebuild, import, unpack) and for the end (repack, export), the peak
+// memory of each, and the sqlite3 client's .import of the same decoded PLU table from CSV.
+//   bench_mirror [PLU_COUNT]
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "chain_generator.h"
+#include "shell/lifecycle.h"
+#include "shell/program_state.h"
+#include "store/mirror.h"
+#include "store/rebuild.h"
+
+namespace fs = std::filesystem;
+using namespace brindale;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+struct Quiet : shell::LifecycleView {
+    void setLabel(const std::string&) override {}
+    void repaint() override {}
+};
+
+struct Measured {
+    double seconds = 0;
+    long peakKb = 0;
+};
+
+// Runs `work` in a child process, so that its peak memory is its own. The child writes the
+// seconds of the measured part to the pipe.
+template <class F>
+Measured inChild(F work) {
+    int fds[2];
+    if (pipe(fds) != 0) std::exit(1);
+    pid_t pid = fork();
+    if (pid == 0) {
+        close(fds[0]);
+        double s = -1;
+        try {
+            s = work();
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "%s\n", e.what());
+        }
+        [[maybe_unused]] auto n = write(fds[1], &s, sizeof s);
+        _exit(s < 0 ? 1 : 0);
+    }
+    close(fds[1]);
+    Measured m;
+    [[maybe_unused]] auto n = read(fds[0], &m.seconds, sizeof m.seconds);
+    close(fds[0]);
+    int status = 0;
+    struct rusage ru {};
+    wait4(pid, &status, 0, &ru);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || m.seconds < 0) {
+        std::fprintf(stderr, "the measured step failed\n");
+        std::exit(1);
+    }
+    m.peakKb = ru.ru_maxrss;
+    return m;
+}
+
+double since(Clock::time_point t0) { return std::chrono::duration<double>(Clock::now() - t0).count(); }
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const long plus = argc > 1 ? std::atol(argv[1]) : 100000;
+    const std::string app = (fs::temp_directory_path() / ("brindale-bench-" + std::to_string(getpid()))).string();
+    fs::create_directories(app + "/Database");
+    fs::copy(std::string(BRINDALE_SOURCE_ROOT) + "/ini", app + "/ini", fs::copy_options::recursive);
+    fs::copy_file(std::string(BRINDALE_SOURCE_ROOT) + "/Database/ABC1.txt", app + "/Database/ABC1.txt");
+
+    // The chain, written once as a mirror.
+    {
+        auto t0 = Clock::now();
+        shell::ProgramState st;
+        st.appDir = app;
+        Quiet q;
+        if (shell::runStartup(st, q) != shell::StartResult::Ok) return 1;
+        datagen::ChainShape shape;
+        shape.plus = plus;
+        shape.stores = 4;
+        datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, 42);
+        shell::endProgram(st, q);
+        std::printf("chain of %ld PLUs generated and written in %.2f s; tempplukvr.txt %.1f MB\n", plus, since(t0),
+                    static_cast<double>(fs::file_size(app + "/AccessData/tempplukvr.txt")) / 1e6);
+    }
+
+    Measured start = inChild([&] {
+        shell::ProgramState st;
+        st.appDir = app;
+        Quiet q;
+        auto t0 = Clock::now();
+        if (shell::runStartup(st, q) != shell::StartResult::Ok) return -1.0;
+        return since(t0);
+    });
+    Measured end = inChild([&] {
+        shell::ProgramState st;
+        st.appDir = app;
+        Quiet q;
+        if (shell::runStartup(st, q) != shell::StartResult::Ok) return -1.0;
+        auto t0 = Clock::now();
+        shell::endProgram(st, q);
+        return since(t0);
+    });
+    std::printf("start (rebuild, import, unpack %ld PLUs): %.3f s, peak memory %.0f MB\n", plus, start.seconds,
+                start.peakKb / 1024.0);
+    std::printf("end (repack %ld PLUs, export, put in place): %.3f s, peak memory %.0f MB (the start included)\n",
+                plus, end.seconds, end.peakKb / 1024.0);
+
+    // The same decoded PLU table through the sqlite3 client's CSV import.
+    {
+        shell::ProgramState st;
+        st.appDir = app;
+        Quiet q;
+        if (shell::runStartup(st, q) != shell::StartResult::Ok) return 1;
+        const auto* t = st.Conn->table("KVR_25");
+        std::string cols;
+        for (const auto& c : t->columns) {
+            if (!cols.empty()) cols += ",";
+            cols += c.isBytes() ? "hex(\"" + c.name + "\")" : "\"" + c.name + "\"";
+        }
+        const std::string csv = app + "/plu.csv", empty = app + "/empty.db";
+        st.closeDatabase();
+        const std::string dump = "sqlite3 -csv '" + app + "/Database/Brindale1.mdb' 'SELECT " + cols + " FROM KVR_25' > '" + csv + "'";
+        if (std::system(dump.c_str()) != 0) return 1;
+        store::Schema s = store::readSchemaFile(app + "/Database/ABC1.txt");
+        {
+            FILE* f = std::fopen((app + "/create.sql").c_str(), "w");
+            std::fprintf(f, "%s;\n", store::createTableSql(*s.find("KVR_25")).c_str());
+            std::fclose(f);
+        }
+        const std::string create = "sqlite3 '" + empty + "' < '" + app + "/create.sql'";
+        if (std::system(create.c_str()) != 0) return 1;
+        auto t0 = Clock::now();
+        const std::string import = "sqlite3 '" + empty + "' '.import --csv " + csv + " KVR_25'";
+        if (std::system(import.c_str()) != 0) return 1;
+        const double csvSeconds = since(t0);
+        std::printf("sqlite3 .import of the decoded PLU table from CSV (%.1f MB): %.3f s\n",
+                    static_cast<double>(fs::file_size(csv)) / 1e6, csvSeconds);
+        std::printf("our start / sqlite3 .import: %.2f\n", start.seconds / csvSeconds);
+    }
+    fs::remove_all(app);
+    return 0;
+}
