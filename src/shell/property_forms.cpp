@@ -717,7 +717,7 @@ bool FrmSearch::eventFilter(QObject* watched, QEvent* event) {
 
 void FrmSearch::cmdOK() {
     // The field being left is checked first, as leaving it for the button would.
-    if (auto* f = qobject_cast<QLineEdit*>(QApplication::focusWidget()); f && rangeOf(f)) {
+    if (auto* f = qobject_cast<QLineEdit*>(focusWidget()); f && rangeOf(f)) {
         validating_ = true;
         const bool ok = leaveField(f);
         validating_ = false;

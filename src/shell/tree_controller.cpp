@@ -319,7 +319,9 @@ void TreeController::cmdData() {
 }
 
 void TreeController::activate() {
-    if (treeValid_) return;
+    // The main window may be activated while a form is still open (its own activation arriving
+    // late): the rebuild waits for the form's return.
+    if (treeValid_ || formOpen_) return;
     treeValid_ = true;
     const bool storeView = state_.viewNumber == 1;
     const std::string saved = storeView ? state_.selectedKeyStoreView : state_.selectedKeyDataView;
@@ -353,7 +355,9 @@ bool TreeController::showForm(Kind kind, PropertySession& session, const std::fu
     if (kind == Kind::Machine) form = std::make_unique<FrmScProperties>(state_, h, session, &w_);
     else if (kind == Kind::Search) form = std::make_unique<FrmSearch>(state_, h, session, &w_);
     else form = std::make_unique<FrmProperties>(state_, h, session, &w_);
+    formOpen_ = true;
     const bool accepted = form->exec() == QDialog::Accepted;
+    formOpen_ = false;
     form.reset();
     if (accepted) (state_.viewNumber == 1 ? state_.selectedKeyStoreView : state_.selectedKeyDataView) = session.savedKey;
     else if (onCancel) onCancel();

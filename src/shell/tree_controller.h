@@ -77,6 +77,7 @@ private:
     std::function<void()> listReset_;
     store::Hierarchy::RecordBuilder builder_;
     bool treeValid_ = true;
+    bool formOpen_ = false;
     bool quiet_ = false;  // set while the tree is changed by the program, not by the operator
     std::string lastKey_;
 };
