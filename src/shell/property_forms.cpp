@@ -201,10 +201,17 @@ FrmProperties::FrmProperties(ProgramState& state, store::Hierarchy& hierarchy, P
 
     txtFlag1_ = numberBox(this, "txtFlag1", 1);
     txtFlag2_ = numberBox(this, "txtFlag2", 1);
+    for (auto* f : {txtFlag1_, txtFlag2_}) {
+        f->setMaximumWidth(48);
+        f->setAlignment(Qt::AlignCenter);
+    }
     auto* labFlag = label(this, "labFlag", text(sec, "labFlag"));
+    auto* flagRow = new QHBoxLayout;
+    flagRow->addWidget(txtFlag1_);
+    flagRow->addWidget(txtFlag2_);
+    flagRow->addStretch();
     grid->addWidget(labFlag, row, 0);
-    grid->addWidget(txtFlag1_, row, 1);
-    grid->addWidget(txtFlag2_, row++, 2);
+    grid->addLayout(flagRow, row++, 1, 1, 2);
 
     comboBarFlag_ = combo(this, "ComboBarFlag");
     auto* labBarFlag = label(this, "labBarFlag", text(sec, "labBarFlag"));
@@ -628,6 +635,8 @@ FrmSearch::FrmSearch(ProgramState& state, store::Hierarchy& hierarchy, PropertyS
         grid->addWidget(to, row++, 2);
         from->installEventFilter(this);
         to->installEventFilter(this);
+        from->setAlignment(Qt::AlignRight);
+        to->setAlignment(Qt::AlignRight);
         ranges_.push_back({from, to, low, high});
     };
     pair("labDept_No", "txtDept_No1", "txtDept_No2", 2, 1, store::kMaxDept, false);

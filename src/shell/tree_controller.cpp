@@ -1,10 +1,14 @@
 #include "tree_controller.h"
 
+#include <map>
+
 #include <QAction>
 #include <QApplication>
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QPainter>
+#include <QPixmap>
 #include <QPushButton>
 #include <QStyle>
 #include <QTreeWidget>
@@ -22,16 +26,53 @@ namespace {
 
 QString qs(const std::string& s) { return QString::fromStdString(s); }
 
+// A small pictogram drawn in code, for the kinds that the style has no picture of.
+QIcon drawnIcon(Kind k) {
+    QPixmap pm(16, 16);
+    pm.fill(Qt::transparent);
+    QPainter p(&pm);
+    p.setRenderHint(QPainter::Antialiasing);
+    switch (k) {
+        case Kind::Store: {  // a shop front: roof and door
+            p.setPen(QPen(QColor(30, 70, 140), 1));
+            p.setBrush(QColor(70, 130, 200));
+            const QPointF roof[] = {{1, 7}, {8, 1.5}, {15, 7}};
+            p.drawPolygon(roof, 3);
+            p.drawRect(QRectF(3, 7, 10, 7.5));
+            p.setBrush(Qt::white);
+            p.drawRect(QRectF(6.5, 9.5, 3, 5));
+            break;
+        }
+        case Kind::Dept:  // a filled tag
+            p.setPen(QPen(QColor(150, 80, 10), 1));
+            p.setBrush(QColor(240, 150, 40));
+            p.drawRoundedRect(QRectF(2, 3, 12, 10), 2.5, 2.5);
+            break;
+        case Kind::MainGroup:  // a smaller round tag
+            p.setPen(QPen(QColor(30, 110, 40), 1));
+            p.setBrush(QColor(90, 190, 90));
+            p.drawEllipse(QRectF(3.5, 3.5, 9, 9));
+            break;
+        default: break;
+    }
+    return QIcon(pm);
+}
+
 QIcon iconFor(Kind k) {
     QStyle* st = QApplication::style();
     switch (k) {
         case Kind::Root: return st->standardIcon(QStyle::SP_DriveNetIcon);
-        case Kind::Store: return st->standardIcon(QStyle::SP_DirHomeIcon);
         case Kind::Section: return st->standardIcon(QStyle::SP_DirIcon);
         case Kind::Machine: return st->standardIcon(QStyle::SP_ComputerIcon);
-        case Kind::Dept: return st->standardIcon(QStyle::SP_DirClosedIcon);
-        case Kind::MainGroup: return st->standardIcon(QStyle::SP_FileIcon);
         case Kind::Search: return st->standardIcon(QStyle::SP_FileDialogContentsView);
+        case Kind::Store:
+        case Kind::Dept:
+        case Kind::MainGroup: {
+            static std::map<Kind, QIcon> drawn;
+            auto it = drawn.find(k);
+            if (it == drawn.end()) it = drawn.emplace(k, drawnIcon(k)).first;
+            return it->second;
+        }
         default: return {};
     }
 }

@@ -592,3 +592,29 @@ TEST_F(Gui, AfterACleanEndAndANewStartTheTreeIsTheSame) {
         GTEST_SKIP() << "mirror not yet built: the tables come back empty after a restart";
     EXPECT_EQ(again.dump(), before);
 }
+
+TEST_F(Gui, LeavingARangeBoxByFocusChecksItAndPutsTheFocusBack) {
+    GuiApp g;
+    firstStore(g, "S");
+    g.w().button("cmdData")->click();
+    g.select("STORE 1");
+    QWidget* focusAfter = nullptr;
+    QWidget* from = nullptr;
+    ModalDriver d("frmSearch", [&](QDialog* f) {
+        QApplication::setActiveWindow(f);
+        from = lineEdit(f, "txtDept_No1");
+        from->setFocus(Qt::TabFocusReason);
+        clearMessages();
+        static_cast<QLineEdit*>(from)->setText("98");
+        lineEdit(f, "txtDept_No2")->setFocus(Qt::TabFocusReason);
+        focusAfter = f->focusWidget();
+        static_cast<QLineEdit*>(from)->setText("2");
+        button(f, "cmdCanel")->click();
+    });
+    g.trigger("menuSearch");
+    ASSERT_TRUE(d.seen());
+    ASSERT_EQ(messagesShown().size(), 1u);
+    EXPECT_EQ(messagesShown()[0], g.text("msgbox", "codeillegal"));
+    EXPECT_EQ(focusAfter, from);
+    EXPECT_EQ(g.count("SEARCH"), 0);  // cancelled
+}
