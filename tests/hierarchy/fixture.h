@@ -1,10 +1,6 @@
 #pragma once
-// Application folders for the hierarchy tests.
-//
-// The shipped ini/ and Database/ABC1.txt are used when the source tree has them. Until they are
-// there, STAND-IN files are written instead: the hierarchy tables of the schema and the language
-// sections these windows read, with plain English texts. Tests look texts up by key, never by
-// their wording, so they pass against either.
+// Application folders for the hierarchy tests: the shipped ini/ and Database/ABC1.txt in a
+// temporary folder. Tests look texts up by key, never by their wording.
 #include <memory>
 #include <string>
 
@@ -13,15 +9,8 @@
 
 namespace brindale::testing {
 
-// True when ini/Language1.ini, ini/ParameterPLU1.ini, ini/SETTING1.cfg and Database/ABC1.txt
-// are in the source tree.
-bool shippedFilesPresent();
-
-// The hierarchy tables as the schema text declares them (stand-in).
-const char* standInSchema();
-
-// A temporary application folder with the schema (shipped or stand-in) and, when `withIni`,
-// the language, parameter and settings files (shipped or stand-in).
+// A temporary application folder with the shipped schema and, when `withIni`, the shipped
+// language, parameter and settings files.
 std::unique_ptr<TempApp> makeHierarchyApp(bool withIni);
 
 // The working database made from the folder's schema text and opened.
