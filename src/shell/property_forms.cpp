@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include "application.h"
 #include "messages.h"
 #include "store/schema.h"
 
@@ -143,6 +144,18 @@ void PropertyForm::reject() {
     QDialog::reject();
 }
 
+void PropertyForm::runOK() {
+    try {
+        cmdOK();
+    } catch (const std::exception& e) {
+        // A database error while saving: shown with what it names; the run ends without writing,
+        // so the next start finds the data of the last clean end.
+        const int status = Application::reportFatal(e);
+        done(QDialog::Rejected);
+        QCoreApplication::exit(status);
+    }
+}
+
 void PropertyForm::finish(const std::string& key) {
     s_.savedKey = key;
     accept();
@@ -240,7 +253,7 @@ FrmProperties::FrmProperties(ProgramState& state, store::Hierarchy& hierarchy, P
     outer->addLayout(grid);
     outer->addStretch();
     outer->addLayout(buttons);
-    connect(ok_, &QPushButton::clicked, this, [this] { cmdOK(); });
+    connect(ok_, &QPushButton::clicked, this, [this] { runOK(); });
     connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
 
     // A department chooses its section; a section shows its code and name only.
@@ -528,7 +541,7 @@ FrmScProperties::FrmScProperties(ProgramState& state, store::Hierarchy& hierarch
     outer->addLayout(grid);
     outer->addStretch();
     outer->addLayout(buttons);
-    connect(ok_, &QPushButton::clicked, this, [this] { cmdOK(); });
+    connect(ok_, &QPushButton::clicked, this, [this] { runOK(); });
     connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
 
     const auto& m = s_.records->machine;
@@ -660,7 +673,7 @@ FrmSearch::FrmSearch(ProgramState& state, store::Hierarchy& hierarchy, PropertyS
     outer->addLayout(grid);
     outer->addStretch();
     outer->addLayout(buttons);
-    connect(ok_, &QPushButton::clicked, this, [this] { cmdOK(); });
+    connect(ok_, &QPushButton::clicked, this, [this] { runOK(); });
     connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
 
     const auto& r = s_.records->search;

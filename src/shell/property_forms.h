@@ -42,6 +42,7 @@ public:
 
 protected:
     virtual void cmdOK() = 0;
+    void runOK();
     void finish(const std::string& key);
     // Key texts of the form's own section.
     QString text(const char* section, const char* key) const;

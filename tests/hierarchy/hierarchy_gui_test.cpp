@@ -618,3 +618,22 @@ TEST_F(Gui, LeavingARangeBoxByFocusChecksItAndPutsTheFocusBack) {
     EXPECT_EQ(focusAfter, from);
     EXPECT_EQ(g.count("SEARCH"), 0);  // cancelled
 }
+
+TEST_F(Gui, ARowWithoutItsParentIsNamedAndLeftOutInsteadOfEndingTheRun) {
+    GuiApp g(1, "North");
+    ASSERT_EQ(g.start(), 0);
+    {
+        store::Recordset rs(*g.state().Conn, "SECT");
+        rs.addNew();
+        rs.setValue("ST_No", 9);
+        rs.setValue("SECT_No", 4);
+        rs.setValue("SECT_Name", "Lost");
+        rs.update();
+    }
+    clearMessages();
+    g.w().button("cmdStore")->click();
+    ASSERT_EQ(messagesShown().size(), 1u);
+    EXPECT_NE(messagesShown()[0].find("SECT, row 1"), std::string::npos) << messagesShown()[0];
+    EXPECT_NE(messagesShown()[0].find("STORE 9"), std::string::npos) << messagesShown()[0];
+    EXPECT_EQ(g.dump(), "North 1|North\n");
+}
