@@ -19,6 +19,7 @@
 #include "messages.h"
 #include "screens.h"
 #include "store/fatal_error.h"
+#include "tree_controller.h"
 
 namespace brindale::shell {
 
@@ -60,6 +61,8 @@ int Application::start() {
         main_ = std::make_unique<MainWindow>(state_);
         main_->setEndHandler([this] { return end(); });
         main_->loadEvent();
+        // The chain's tree: built here, and on empty data the first store is made at once.
+        (new TreeController(*main_))->loadEvent();
     } catch (const std::exception& e) {
         loading.hide();
         return reportFatal(e);

@@ -1,0 +1,137 @@
+#include "gui_support.h"
+
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QTreeWidgetItemIterator>
+#include <functional>
+
+#include "shell/paths.h"
+#include "shell/settings.h"
+#include "store/recordset.h"
+
+namespace brindale::testing {
+
+GuiApp::GuiApp(int storeMode, const std::string& chain) : dir(makeHierarchyApp(true)) {
+    auto s = shell::readSettings(dir->path(shell::kSettingsFile));
+    s.StoreMode = storeMode;
+    s.StoreNameSetting = storeMode == 1 ? chain : "";
+    s.StoreNameLine = s.StoreNameSetting;
+    shell::writeSettings(dir->path(shell::kSettingsFile), s);
+    app = std::make_unique<shell::Application>(dir->dir());
+}
+
+GuiApp::GuiApp(std::unique_ptr<TempApp> existing) : dir(std::move(existing)) {
+    app = std::make_unique<shell::Application>(dir->dir());
+}
+
+int GuiApp::start() { return app->start(); }
+
+void GuiApp::end() { app->end(); }
+
+void GuiApp::trigger(const char* name) {
+    QAction* a = w().action(name);
+    ASSERT_NE(a, nullptr) << name;
+    ASSERT_TRUE(a->isEnabled()) << name << " is off";
+    a->trigger();
+}
+
+bool GuiApp::enabled(const char* name) const {
+    if (QAction* a = w().action(name)) return a->isEnabled();
+    if (QPushButton* b = w().button(name)) return b->isEnabled();
+    ADD_FAILURE() << "no command " << name;
+    return false;
+}
+
+void GuiApp::select(const std::string& key) { ASSERT_TRUE(tree().selectKey(key)) << "no node " << key << "\n" << dump(); }
+
+std::string GuiApp::dump() const {
+    std::string out;
+    std::function<void(QTreeWidgetItem*, int)> walk = [&](QTreeWidgetItem* item, int depth) {
+        out += std::string(static_cast<size_t>(depth) * 2, ' ') + shell::TreeController::keyOf(item) + "|" +
+               item->text(0).toStdString() + "\n";
+        for (int i = 0; i < item->childCount(); ++i) walk(item->child(i), depth + 1);
+    };
+    for (int i = 0; i < w().tree()->topLevelItemCount(); ++i) walk(w().tree()->topLevelItem(i), 0);
+    return out;
+}
+
+int GuiApp::count(const std::string& sql) const {
+    store::Recordset rs(*state().Conn, sql);
+    return static_cast<int>(rs.recordCount());
+}
+
+ModalDriver::ModalDriver(const QString& name, std::function<void(QDialog*)> act) : timer_(new QTimer) {
+    auto started = std::make_shared<QElapsedTimer>();
+    started->start();
+    auto seen = seen_;
+    QTimer* t = timer_;
+    t->setInterval(10);
+    QObject::connect(t, &QTimer::timeout, t, [t, name, act, seen, started] {
+        auto* dlg = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (dlg && dlg->objectName() == name && !*seen) {
+            *seen = true;
+            t->stop();
+            act(dlg);
+            // A form that the action left open is closed after the limit.
+            if (dlg->isVisible()) t->start();
+            return;
+        }
+        if (started->elapsed() > 5000) {
+            t->stop();
+            if (dlg) dlg->done(QDialog::Rejected);
+        }
+    });
+    t->start();
+}
+
+ModalDriver::~ModalDriver() { delete timer_; }
+
+namespace {
+std::vector<std::string>& shownTexts() {
+    static std::vector<std::string> v;
+    return v;
+}
+}  // namespace
+
+void answerYes() {
+    shell::Messages::setResponder([](const shell::MessageRecord& r) {
+        shownTexts().push_back(r.text.toStdString());
+        return r.buttons == shell::MsgButtons::YesNo || r.buttons == shell::MsgButtons::YesNoCancel
+                   ? shell::MsgResult::Yes
+                   : shell::MsgResult::Ok;
+    });
+}
+
+std::vector<std::string> messagesShown() { return shownTexts(); }
+void clearMessages() { shownTexts().clear(); }
+
+QLineEdit* lineEdit(QWidget* form, const char* name) {
+    auto* e = form->findChild<QLineEdit*>(name);
+    EXPECT_NE(e, nullptr) << name;
+    return e;
+}
+
+QComboBox* comboBox(QWidget* form, const char* name) {
+    auto* c = form->findChild<QComboBox*>(name);
+    EXPECT_NE(c, nullptr) << name;
+    return c;
+}
+
+QPushButton* button(QWidget* form, const char* name) {
+    auto* b = form->findChild<QPushButton*>(name);
+    EXPECT_NE(b, nullptr) << name;
+    return b;
+}
+
+void setText(QWidget* form, const char* name, const QString& text) {
+    if (auto* e = lineEdit(form, name)) e->setText(text);
+}
+
+void clickOk(QWidget* form) {
+    if (auto* b = button(form, "cmdOK")) b->click();
+}
+
+}  // namespace brindale::testing
