@@ -1,5 +1,7 @@
 #include "tree_controller.h"
 
+#include "store/small_record_builder.h"
+
 #include <map>
 
 #include <QAction>
@@ -92,6 +94,11 @@ void guarded(F&& f) {
 
 TreeController::TreeController(MainWindow& window) : QObject(&window), w_(window), state_(window.state()) {
     setObjectName("treeController");
+    // A saved department or main group takes its new binary record at once.
+    builder_ = [this](const std::string& table, store::Recordset& rs) {
+        state_.prepareCodec();
+        store::buildSmallRecord(*state_.codePage, table, rs);
+    };
     QTreeWidget* tree = w_.tree();
     connect(tree, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* cur, QTreeWidgetItem*) {
         if (!quiet_ && cur) guarded([&] { nodeClick(cur, true); });

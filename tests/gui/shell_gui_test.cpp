@@ -38,6 +38,11 @@ struct Answering {
     ~Answering() { Messages::setResponder({}); }
 };
 
+// A chain with one store, so that the start does not open the first store's form.
+void seedOneStore(const TempApp& app) {
+    app.write("AccessData/tempstore.txt", " 1 \r\nCorner shop\r\n 0 \r\n 0 \r\n 0 \r\n 0 \r\n0\r\n 0 \r\n");
+}
+
 bool waitFor(const std::function<bool()>& cond, int ms) {
     QElapsedTimer t;
     t.start();
@@ -72,6 +77,7 @@ private slots:
 
 void ShellGuiTest::startShowsCaptionsAndCleanEndDeletesDatabase() {
     TempApp app;
+    seedOneStore(app);
     Answering answers(MsgResult::Ok);
     Application a(app.dir());
     QCOMPARE(a.start(), 0);
@@ -221,6 +227,7 @@ void ShellGuiTest::missingSchemaEndsWithTheLinkMessage() {
 
 void ShellGuiTest::crashLeftDatabaseIsDeletedAndRebuilt() {
     TempApp app;
+    seedOneStore(app);
     app.write("Database/Brindale1.mdb", "garbage left by a crash");
     Answering answers(MsgResult::Ok);
     Application a(app.dir());
@@ -234,6 +241,7 @@ void ShellGuiTest::crashLeftDatabaseIsDeletedAndRebuilt() {
 void ShellGuiTest::titleBarCloseLosesUnsavedPluWithoutQuestionMenuExitAsks() {
     {
         TempApp app;
+        seedOneStore(app);
         Answering answers(MsgResult::Cancel);
         Application a(app.dir());
         QCOMPARE(a.start(), 0);
@@ -251,6 +259,7 @@ void ShellGuiTest::titleBarCloseLosesUnsavedPluWithoutQuestionMenuExitAsks() {
     }
     {
         TempApp app;
+        seedOneStore(app);
         Answering answers(MsgResult::No);
         Application a(app.dir());
         QCOMPARE(a.start(), 0);
@@ -263,6 +272,7 @@ void ShellGuiTest::titleBarCloseLosesUnsavedPluWithoutQuestionMenuExitAsks() {
 
 void ShellGuiTest::languageChangeCancelledChangesNothing() {
     TempApp app;
+    seedOneStore(app);
     Answering answers(MsgResult::Cancel);
     Application a(app.dir());
     QCOMPARE(a.start(), 0);
@@ -283,6 +293,7 @@ void ShellGuiTest::languageChangeCancelledChangesNothing() {
 
 void ShellGuiTest::languageChangeRewritesSettingsAndCaptions() {
     TempApp app;
+    seedOneStore(app);
     Answering answers(MsgResult::Ok);
     Application a(app.dir());
     QCOMPARE(a.start(), 0);
@@ -304,6 +315,7 @@ void ShellGuiTest::languageChangeRewritesSettingsAndCaptions() {
 
 void ShellGuiTest::secondInstanceEndsSilentlyAndTheDatabaseIsOpenToOtherClients() {
     TempApp app;
+    seedOneStore(app);
     const QString program = QString::fromStdString(app.installProgram());
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("QT_QPA_PLATFORM", "offscreen");
