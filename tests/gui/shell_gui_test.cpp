@@ -73,6 +73,7 @@ private slots:
     void languageChangeRewritesSettingsAndCaptions();
     void secondInstanceEndsSilentlyAndTheDatabaseIsOpenToOtherClients();
     void sigtermWritesTheNewMirrorAndEnds();
+    void damagedMirrorNamesFileAndLineAndChangesNothing();
 };
 
 void ShellGuiTest::startShowsCaptionsAndCleanEndDeletesDatabase() {
@@ -383,6 +384,22 @@ void ShellGuiTest::sigtermWritesTheNewMirrorAndEnds() {
     QCOMPARE(app.read("AccessData/tempstore.txt"),
              std::string(" 1 \r\nCorner shop\r\n 0 \r\n 0 \r\n 0 \r\n 0 \r\n0\r\n 0 \r\n"));
     QVERIFY(!app.exists("AccessData.new") && !app.exists("AccessData.old"));
+}
+
+void ShellGuiTest::damagedMirrorNamesFileAndLineAndChangesNothing() {
+    TempApp app;
+    // The store's Flag2 line holds a word: the number column refuses it.
+    app.write("AccessData/tempstore.txt", " 1 \r\nCorner shop\r\n 0 \r\n none \r\n 0 \r\n 0 \r\n0\r\n 0 \r\n");
+    const std::string before = app.snapshot();
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 2);
+    const QString msg = Messages::shown().at(0).text;
+    QVERIFY2(msg.contains("tempstore.txt") && msg.contains("line 4") && msg.contains("Flag2"), qPrintable(msg));
+    QVERIFY(!a.mainWindow());
+    // Only the working database was made; the mirror is as it was.
+    fs::remove(app.path("Database/Brindale1.mdb"));
+    QCOMPARE(app.snapshot(), before);
 }
 
 QTEST_MAIN(ShellGuiTest)
