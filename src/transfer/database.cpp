@@ -78,6 +78,8 @@ bool WorkingDb::open(const std::string& path, int busyTimeoutMs, std::string& er
     // cut costs nothing; waiting for the disk on every commit would.
     std::string ignore;
     exec("PRAGMA synchronous=OFF", ignore);
+    // Fetched files can be large; a bigger page cache spares spills mid-insert.
+    exec("PRAGMA cache_size=-32768", ignore);
     // Touch the schema so that a file that is not a database shows now.
     Stmt st;
     if (sqlite3_prepare_v2(db_, "SELECT count(*) FROM sqlite_master", -1, &st.s, nullptr) != SQLITE_OK ||
@@ -171,21 +173,39 @@ bool WorkingDb::insertRecords(const std::string& code, const std::vector<proto::
         error = "table " + table + ": " + e;
         return false;
     }
-    const std::string sql = "INSERT INTO " + table + " (KVRBinData) VALUES (?1)";
+    // The RC_ tables are wide, and SQLite's cost per row is mostly per
+    // statement run; many rows to a statement cut that down.
+    constexpr size_t kRowsPerStatement = 100;
+    std::string bulkSql = "INSERT INTO " + table + " (KVRBinData) VALUES (?)";
+    for (size_t i = 1; i < kRowsPerStatement; ++i) bulkSql += ",(?)";
+    const std::string oneSql = "INSERT INTO " + table + " (KVRBinData) VALUES (?)";
     bool ok = true;
     {
-        Stmt st;
-        if (sqlite3_prepare_v2(db_, sql.c_str(), -1, &st.s, nullptr) != SQLITE_OK) {
+        Stmt bulk, one;
+        if (sqlite3_prepare_v2(db_, oneSql.c_str(), -1, &one.s, nullptr) != SQLITE_OK ||
+            (records.size() >= kRowsPerStatement &&
+             sqlite3_prepare_v2(db_, bulkSql.c_str(), -1, &bulk.s, nullptr) != SQLITE_OK)) {
             error = "table " + table + ": " + sqlite3_errmsg(db_);
             ok = false;
         }
-        for (size_t i = 0; ok && i < records.size(); ++i) {
-            sqlite3_bind_blob(st.s, 1, records[i].data, int(records[i].size), SQLITE_STATIC);
-            if (sqlite3_step(st.s) != SQLITE_DONE) {
+        size_t i = 0;
+        for (; ok && i + kRowsPerStatement <= records.size(); i += kRowsPerStatement) {
+            for (size_t k = 0; k < kRowsPerStatement; ++k)
+                sqlite3_bind_blob(bulk.s, int(k + 1), records[i + k].data, int(records[i + k].size), SQLITE_STATIC);
+            if (sqlite3_step(bulk.s) != SQLITE_DONE) {
+                error = "table " + table + ", records " + std::to_string(i + 1) + " to " +
+                        std::to_string(i + kRowsPerStatement) + ": " + sqlite3_errmsg(db_);
+                ok = false;
+            }
+            sqlite3_reset(bulk.s);
+        }
+        for (; ok && i < records.size(); ++i) {
+            sqlite3_bind_blob(one.s, 1, records[i].data, int(records[i].size), SQLITE_STATIC);
+            if (sqlite3_step(one.s) != SQLITE_DONE) {
                 error = "table " + table + ", record " + std::to_string(i + 1) + ": " + sqlite3_errmsg(db_);
                 ok = false;
             }
-            sqlite3_reset(st.s);
+            sqlite3_reset(one.s);
         }
     }
     if (ok && !exec("COMMIT", e)) {
