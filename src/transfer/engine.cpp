@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 #include <memory>
+#include <system_error>
 #include <thread>
 
 #include "transfer/database.h"
@@ -104,6 +105,20 @@ FailReason reasonOf(net::Status s) {
 }  // namespace
 
 TransferSummary TransferEngine::run(TransferObserver* observer) {
+    try {
+        return runGuarded(observer);
+    } catch (const std::exception& e) {
+        // Out of memory or threads: say so rather than end the program.
+        TransferSummary summary;
+        summary.reason = FailReason::Database;
+        summary.detail = std::string("transfer stopped: ") + e.what();
+        summary.scales = outcomes_;
+        if (observer_) observer_->finished(summary);
+        return summary;
+    }
+}
+
+TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
     observer_ = observer;
     TransferSummary summary;
     auto giveUp = [&](FailReason r, std::string detail) {
@@ -259,7 +274,12 @@ TransferSummary TransferEngine::run(TransferObserver* observer) {
     const size_t workers = std::min<size_t>(size_t(options_.maxParallel), outcomes_.size());
     std::vector<std::thread> threads;
     threads.reserve(workers);
-    for (size_t i = 0; i < workers; ++i) threads.emplace_back([this, i] { work(i); });
+    try {
+        for (size_t i = 0; i < workers; ++i) threads.emplace_back([this, i] { work(i); });
+    } catch (const std::system_error&) {
+        // Fewer threads than asked for: those there are share the scales.
+    }
+    if (threads.empty()) work(0);
     for (auto& t : threads) t.join();
     plan_ = nullptr;
     db_ = nullptr;
@@ -280,7 +300,14 @@ void TransferEngine::work(size_t) {
             if (observer_) observer_->stateChanged(i, ScaleState::Cancelled, FailReason::Cancelled, {});
             continue;
         }
-        runScale(i);
+        try {
+            runScale(i);
+        } catch (const std::exception& e) {
+            outcomes_[i].state = ScaleState::Failed;
+            outcomes_[i].reason = FailReason::Protocol;
+            outcomes_[i].detail = std::string("stopped: ") + e.what();
+            if (observer_) observer_->stateChanged(i, ScaleState::Failed, FailReason::Protocol, outcomes_[i].detail);
+        }
     }
 }
 

@@ -102,6 +102,7 @@ public:
     struct Plan;  // what to do on each scale, prepared once
 
 private:
+    TransferSummary runGuarded(TransferObserver* observer);
     void work(size_t index);
     void runScale(size_t index);
 

@@ -71,7 +71,12 @@ void EmulatedScale::acceptLoop() {
         }
         auto done = std::make_shared<std::atomic<bool>>(false);
         connThreads_.push_back({std::thread([this, done, sock = std::move(s)]() mutable {
-                                    serve(std::move(sock));
+                                    try {
+                                        serve(std::move(sock));
+                                    } catch (const std::exception& e) {
+                                        // One client's trouble (say, memory) ends only its connection.
+                                        std::fprintf(stderr, "brindale-scale: connection ended: %s\n", e.what());
+                                    }
                                     --activeConnections_;
                                     done->store(true);
                                 }),
