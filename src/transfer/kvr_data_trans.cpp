@@ -1,0 +1,59 @@
+#include "transfer/kvr_data_trans.h"
+
+namespace brindale::transfer {
+
+namespace {
+int checkedByte(int value, const char* what) {
+    if (value < 0 || value > 255)
+        throw TransferOverflow(std::string(what) + " " + std::to_string(value) + " is outside 0 to 255");
+    return value;
+}
+}  // namespace
+
+KVRDataTrans::KVRDataTrans()
+    : presenter_([](TransferEngine& engine, const LanguageTexts&) { return engine.run(nullptr); }) {}
+
+void KVRDataTrans::setStoreNumber(int value) { store_ = checkedByte(value, "store number"); }
+void KVRDataTrans::setSectionNumber(int value) { section_ = checkedByte(value, "section number"); }
+void KVRDataTrans::setTransferMode(int value) { mode_ = checkedByte(value, "transfer mode"); }
+
+int KVRDataTrans::StartTransfer() {
+    TransferRequest req;
+    req.databasePath = databasePath_;
+    req.store = store_;
+    req.section = section_;
+    req.mode = mode_;
+    req.tables = tableList_;
+    TransferEngine engine(req, options_);
+    const LanguageTexts texts(languageText_);
+    last_ = presenter_(engine, texts);
+    if (last_.reason != FailReason::None) return 1;
+    return int(last_.scales.size() - last_.countDone());
+}
+
+std::string outcomeText(const ScaleOutcome& o, const LanguageTexts& texts) {
+    std::string s = texts.get(stateKey(o.state));
+    if (o.state == ScaleState::Failed) {
+        s += ": " + texts.get(reasonKey(o.reason));
+        if (!o.detail.empty()) s += " (" + o.detail + ")";
+    }
+    return s;
+}
+
+std::string summaryText(const TransferSummary& summary, const LanguageTexts& texts) {
+    std::string out;
+    if (summary.reason != FailReason::None) {
+        out = texts.get(reasonKey(summary.reason));
+        if (!summary.detail.empty()) out += " (" + summary.detail + ")";
+        return out;
+    }
+    out = LanguageTexts::format(texts.get("SummaryText"),
+                                {std::to_string(summary.countDone()), std::to_string(summary.scales.size()),
+                                 std::to_string(summary.countFailed())});
+    for (const auto& o : summary.scales)
+        out += "\n" + o.target.name + " " + o.target.paddedAddress + ": " + outcomeText(o, texts);
+    for (const auto& n : summary.notes) out += "\n" + n;
+    return out;
+}
+
+}  // namespace brindale::transfer
