@@ -14,6 +14,7 @@
 #include <QGuiApplication>
 #include <QSessionManager>
 #include <QSocketNotifier>
+#include <QThread>
 
 #include "main_window.h"
 #include "messages.h"
@@ -108,6 +109,14 @@ void Application::requestTermination() {
     if (main_) main_->close();
 }
 
+namespace {
+// Ends the event loop with `status`; outside a loop (tests that drive the windows directly) there
+// is nothing to end, and a pending exit would make every later local loop return at once.
+void exitLoop(int status) {
+    if (QThread::currentThread()->loopLevel() > 0) QCoreApplication::exit(status);
+}
+}  // namespace
+
 bool Application::end() {
     if (ended_) return true;
     ended_ = true;
@@ -124,7 +133,7 @@ bool Application::end() {
         closing.hide();
         if (!state_.Conn) {
             // Everything was saved and closed; only the last step failed.
-            QCoreApplication::exit(reportFatal(e));
+            exitLoop(reportFatal(e));
             return true;
         }
         // The old mirror is untouched and the working database still open: the operator can
@@ -147,7 +156,7 @@ bool Application::end() {
         if (warnings.size() > 20) text += QObject::tr("\n... and %1 more").arg(warnings.size() - 20);
         Messages::show(text, MsgIcon::Exclamation);
     }
-    QCoreApplication::exit(0);
+    exitLoop(0);
     return true;
 }
 

@@ -20,6 +20,7 @@
 #include <QVBoxLayout>
 
 #include "messages.h"
+#include "transfer/ui/progress_dialog.h"
 #include "paths.h"
 
 namespace brindale::shell {
@@ -68,6 +69,29 @@ MainWindow::MainWindow(ProgramState& state, QWidget* parent) : QMainWindow(paren
     buildMenus();
     buildBody();
     resize(1180, 760);
+    transfer::ui::useProgressWindow(KVRDataTrans1_, this);
+}
+
+bool MainWindow::runTransfer(int mode, const std::vector<std::string>& identifiers, int store, int section) {
+    const std::string language = state_.sectionText("ActX_KVR");
+    try {
+        KVRDataTrans1_.setDatabasePath(state_.databasePath());
+        KVRDataTrans1_.setStoreNumber(store);
+        KVRDataTrans1_.setSectionNumber(section);
+    } catch (const transfer::TransferOverflow&) {
+        Messages::show(tr("The store number %1 or the section number %2 is above 255: the scales cannot be "
+                          "reached with it. Nothing was sent.")
+                           .arg(store)
+                           .arg(section),
+                       MsgIcon::Exclamation, MsgButtons::Ok, this);
+        return false;
+    }
+    KVRDataTrans1_.setTransferMode(mode);
+    QApplication::processEvents();
+    KVRDataTrans1_.setTableList(identifiers);
+    KVRDataTrans1_.setLanguageText(language);
+    KVRDataTrans1_.StartTransfer();
+    return true;
 }
 
 QMenu* MainWindow::addMenu(QMenu* parentMenu, const char* name) {

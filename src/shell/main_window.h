@@ -5,6 +5,7 @@
 #include <map>
 
 #include "program_state.h"
+#include "transfer/kvr_data_trans.h"
 
 class QAction;
 class QMenu;
@@ -37,6 +38,13 @@ public:
     void setEndHandler(std::function<bool()> handler) { endHandler_ = std::move(handler); }
 
     void changeLanguage(int index);
+
+    // The one transfer control of the program; every window uses this instance.
+    transfer::KVRDataTrans& KVRDataTrans1() { return KVRDataTrans1_; }
+    // The transfer preamble: the language text of the transfer, then the six properties in their
+    // order and the blocking call. False when the store or section number does not fit the
+    // control (the message names it) and nothing was sent.
+    bool runTransfer(int mode, const std::vector<std::string>& identifiers, int store, int section);
 
     QAction* action(const QString& name) const;
     QPushButton* button(const QString& name) const;
@@ -74,6 +82,7 @@ private:
     QTabWidget* tabs_ = nullptr;
     std::function<bool()> pluSaver_;
     std::function<bool()> endHandler_;
+    transfer::KVRDataTrans KVRDataTrans1_;
     bool ending_ = false;
 };
 

@@ -15,6 +15,11 @@
 #include "shell/lifecycle.h"
 #include "shell/main_window.h"
 #include "shell/messages.h"
+#include "emulated_scale.h"
+#include "store/recordset.h"
+#include "store/small_record_builder.h"
+#include <QPushButton>
+#include <QTimer>
 #include "support/temp_app.h"
 
 using namespace brindale::shell;
@@ -74,6 +79,7 @@ private slots:
     void secondInstanceEndsSilentlyAndTheDatabaseIsOpenToOtherClients();
     void sigtermWritesTheNewMirrorAndEnds();
     void damagedMirrorNamesFileAndLineAndChangesNothing();
+    void transferFromTheMainWindowReachesTheScaleOfTheSection();
 };
 
 void ShellGuiTest::startShowsCaptionsAndCleanEndDeletesDatabase() {
@@ -400,6 +406,82 @@ void ShellGuiTest::damagedMirrorNamesFileAndLineAndChangesNothing() {
     // Only the working database was made; the mirror is as it was.
     fs::remove(app.path("Database/Brindale1.mdb"));
     QCOMPARE(app.snapshot(), before);
+}
+
+void ShellGuiTest::transferFromTheMainWindowReachesTheScaleOfTheSection() {
+    TempApp app;
+    seedOneStore(app);
+    Answering answers(MsgResult::Ok);
+    Application a(app.dir());
+    QCOMPARE(a.start(), 0);
+    MainWindow* w = a.mainWindow();
+    auto& db = *a.state().Conn;
+
+    brindale::scaleemu::ScaleOptions so;
+    so.address = "127.0.0.2";
+    so.port = 0;
+    brindale::scaleemu::EmulatedScale scale(so);
+    std::string error;
+    QVERIFY2(scale.start(error), error.c_str());
+    brindale::transfer::TransferOptions to;
+    to.port = scale.port();
+    to.connectTimeout = std::chrono::milliseconds(2000);
+    to.replyTimeout = std::chrono::milliseconds(2000);
+    to.scaleTimeout = std::chrono::milliseconds(10000);
+    w->KVRDataTrans1().setOptions(to);
+
+    {
+        brindale::store::Recordset sc(db, "SCALE");
+        sc.addNew();
+        sc.setValue("SC_IP", "127.  0.  0.  2");
+        sc.setValue("SC_No", "Deli 1");
+        sc.setValue("SC_Used", 1);
+        sc.setValue("ST_No", 1);
+        sc.setValue("SECT_No", 1);
+        sc.update();
+        brindale::store::Recordset dp(db, "KVR_20");
+        for (int n : {3, 4, 5}) {
+            dp.addNew();
+            dp.setValue("DP_No", n);
+            dp.setValue("DP_Name", "Dept " + std::to_string(n));
+            dp.setValue("ST_No", 1);
+            dp.setValue("Is_Selected", n == 4 ? 0 : 1);
+            brindale::store::buildSmallRecord(*a.state().codePage, "KVR_20", dp);
+            dp.update();
+        }
+    }
+    // The progress window is modal: close it once the transfer has ended, bounded in time.
+    int closed = 0;
+    QTimer timer;
+    QElapsedTimer since;
+    since.start();
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        QWidget* m = QApplication::activeModalWidget();
+        auto* close = m ? m->findChild<QPushButton*>("cmdClose") : nullptr;
+        if ((close && close->isEnabled() && close->isVisible()) ) {
+            close->click();
+            ++closed;
+        } else if (m && since.elapsed() > 20000) {
+            m->close();
+        }
+    });
+    timer.start(50);
+    QVERIFY(w->runTransfer(0, {"20"}, 1, 1));
+    timer.stop();
+    const auto& sum = w->KVRDataTrans1().lastSummary();
+    QVERIFY2(closed == 1, qPrintable(QString::fromStdString(std::to_string(int(sum.reason)) + " " + sum.detail + " / scales " + std::to_string(sum.scales.size()) +
+                                                            " / " + (sum.scales.empty() ? std::string() : sum.scales[0].detail))));
+    QCOMPARE(scale.recordCount("20"), size_t(2));
+    QCOMPARE(w->KVRDataTrans1().lastSummary().scales.size(), size_t(1));
+    QCOMPARE(w->KVRDataTrans1().lastSummary().countDone(), size_t(1));
+
+    // A store number that does not fit the control: a message, and nothing is sent.
+    Messages::clearShown();
+    QVERIFY(!w->runTransfer(0, {"20"}, 300, 0));
+    QCOMPARE(Messages::shown().size(), size_t(1));
+    QVERIFY(Messages::shown()[0].text.contains("300"));
+    scale.stop();
+    w->close();
 }
 
 QTEST_MAIN(ShellGuiTest)
