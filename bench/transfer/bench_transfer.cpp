@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "emulated_scale.h"
+#include "store/rebuild.h"
 #include "transfer/engine.h"
 #include "transfer/net.h"
 
@@ -100,21 +101,11 @@ int main() {
     fs::create_directories(dir / "Database");
     const std::string dbPath = (dir / "Database" / "Brindale1.mdb").string();
 
+    // The program's own schema: the PLU tables as wide as they are in a real run.
+    if (brindale::store::rebuildDatabase(std::string(BRINDALE_SOURCE_ROOT) + "/Database/ABC1.txt", dbPath, 0) != 0)
+        return 1;
     sqlite3* db = nullptr;
     sqlite3_open(dbPath.c_str(), &db);
-    exec(db,
-         "CREATE TABLE SCALE (SC_IP VARCHAR(15) DEFAULT '', SC_No VARCHAR(20) DEFAULT '', SC_Used INTEGER DEFAULT "
-         "0, SC_Dest VARCHAR(50) DEFAULT '', SC_MODEL_ID INTEGER DEFAULT 0, SC_PSK_Layout INTEGER DEFAULT 0, ST_No "
-         "INTEGER DEFAULT 0, SECT_No INTEGER DEFAULT 0)");
-    // The PLU tables are wide in the program's schema (some 240 columns,
-    // nearly all numbers); an inserted row carries every default, so the
-    // benchmark's tables are as wide.
-    std::string cols;
-    for (int i = 0; i < 231; ++i) cols += "N" + std::to_string(i) + " INTEGER DEFAULT 0, ";
-    for (int i = 0; i < 3; ++i) cols += "T" + std::to_string(i) + " VARCHAR(50) DEFAULT '', ";
-    cols += "PLU_Commodity TEXT, PLU_Ingredient TEXT, PLU_SPMessage TEXT, ST_No INTEGER DEFAULT 0, ";
-    exec(db, "CREATE TABLE KVR_25 (" + cols + "KVRBinData BLOB, Is_Selected INTEGER DEFAULT 0)");
-    exec(db, "CREATE TABLE RC_25 (" + cols + "KVRBinData BLOB, Is_Selected INTEGER DEFAULT 0)");
 
     std::mt19937 rng(42);
     uint64_t fileBytes = 0;
