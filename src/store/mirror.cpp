@@ -498,6 +498,21 @@ std::vector<int64_t> rowIds(Database& db, const std::string& table) {
     return ids;
 }
 
+// The length of record `n` of a record file whose records carry their length in bytes 4 and 5;
+// a file that ends before the record, or a length that leaves the file, is a FatalError.
+size_t recordLength(const std::string& path, const std::string& data, size_t pos, long n, size_t rows,
+                    const char* what) {
+    if (pos + 6 > data.size())
+        throw FatalError(path, 0, "record " + std::to_string(n) + " is missing: the file holds records for " +
+                                      std::to_string(n - 1) + " of " + std::to_string(rows) + " " + what);
+    const size_t len = static_cast<size_t>(static_cast<uint8_t>(data[pos + 4])) << 8 |
+                       static_cast<uint8_t>(data[pos + 5]);
+    if (len < 6 || pos + len > data.size())
+        throw FatalError(path, 0, "record " + std::to_string(n) + " at byte " + std::to_string(pos) +
+                                      " gives the length " + std::to_string(len) + ", beyond the file");
+    return len;
+}
+
 void importPluRecords(Database& db, const std::string& path, const std::string& data, const MirrorOptions& o,
                       Progress& p) {
     if (!o.env) throw FatalError(path, 0, "no codec settings for the PLU records");
@@ -520,14 +535,7 @@ void importPluRecords(Database& db, const std::string& path, const std::string& 
     long n = 0;
     for (auto& [rowid, row] : rows) {
         ++n;
-        if (pos + 6 > data.size())
-            throw FatalError(path, 0, "record " + std::to_string(n) + " is missing: the file holds records for " +
-                                          std::to_string(n - 1) + " of " + std::to_string(rows.size()) + " PLUs");
-        const size_t len = static_cast<size_t>(static_cast<uint8_t>(data[pos + 4])) << 8 |
-                           static_cast<uint8_t>(data[pos + 5]);
-        if (len < 6 || pos + len > data.size())
-            throw FatalError(path, 0, "record " + std::to_string(n) + " at byte " + std::to_string(pos) +
-                                          " gives the length " + std::to_string(len) + ", beyond the file");
+        const size_t len = recordLength(path, data, pos, n, rows.size(), "PLUs");
         row.KVRBinData.emplace(reinterpret_cast<const uint8_t*>(data.data() + pos),
                                reinterpret_cast<const uint8_t*>(data.data() + pos + len));
         pos += len;
@@ -566,15 +574,7 @@ void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys,
         row.ST_No = k[1];
         row.SECT_No = k[2];
         if (!data.empty()) {
-            if (pos + 6 > data.size())
-                throw FatalError(path, 0, "record " + std::to_string(n) + " is missing: the file holds records for " +
-                                              std::to_string(n - 1) + " of " + std::to_string(keys.rows.size()) +
-                                              " PLUs");
-            const size_t len = static_cast<size_t>(static_cast<uint8_t>(data[pos + 4])) << 8 |
-                               static_cast<uint8_t>(data[pos + 5]);
-            if (len < 6 || pos + len > data.size())
-                throw FatalError(path, 0, "record " + std::to_string(n) + " at byte " + std::to_string(pos) +
-                                              " gives the length " + std::to_string(len) + ", beyond the file");
+            const size_t len = recordLength(path, data, pos, n, keys.rows.size(), "PLUs");
             row.KVRBinData.emplace(reinterpret_cast<const uint8_t*>(data.data() + pos),
                                    reinterpret_cast<const uint8_t*>(data.data() + pos + len));
             pos += len;
@@ -612,13 +612,7 @@ void importRecordFile(Database& db, const std::string& folder, const MirrorRecor
             len = static_cast<size_t>(f.fixedLength);
         } else {
             if (data.empty()) return;
-            if (pos + 6 > data.size())
-                throw FatalError(path, 0, "record " + std::to_string(n) + " is missing: the file holds records for " +
-                                              std::to_string(n - 1) + " of " + std::to_string(ids.size()) + " rows");
-            len = static_cast<size_t>(static_cast<uint8_t>(data[pos + 4])) << 8 | static_cast<uint8_t>(data[pos + 5]);
-            if (len < 6 || pos + len > data.size())
-                throw FatalError(path, 0, "record " + std::to_string(n) + " at byte " + std::to_string(pos) +
-                                              " gives the length " + std::to_string(len) + ", beyond the file");
+            len = recordLength(path, data, pos, n, ids.size(), "rows");
         }
         std::vector<uint8_t> rec(reinterpret_cast<const uint8_t*>(data.data() + pos),
                                  reinterpret_cast<const uint8_t*>(data.data() + pos + len));
