@@ -17,6 +17,14 @@ inline void checkNull(int64_t v, const char* column) {
   if (v == kNullNumber) fail(Fault::Null, column);
 }
 
+// Value of a hexadecimal digit, -1 for any other character.
+inline int hexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
 // Packs the decimal digits of v, two a byte, into `width` bytes, most significant first.
 // Digits above the width vanish (the callers check the limits first).
 inline void packBcd(uint8_t* out, uint64_t v, int width) {

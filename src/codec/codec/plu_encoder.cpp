@@ -48,13 +48,6 @@ inline bool set(int64_t flag) { return flag != 0; }
 #define BIN1(col) putBin1(w.take(1, #col), row.col, #col)
 #define BIN4(col) putBin(w.take(4, #col), row.col, 4, #col)
 
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
-
 // `pairs` bytes from the first 2*pairs hexadecimal digits of a text column.
 void putHexPairs(uint8_t* out, const Text& col, std::size_t pairs, const char* column) {
   if (!col) fail(Fault::Null, column);

@@ -34,13 +34,6 @@ const ColumnInfo<FlexiBarcodeRow> kFlexiColumns[] = {BRINDALE_FLEXIBARCODE_COLUM
 #undef T
 #undef B
 
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
-
 void pack(std::string_view digits, uint8_t* buf, std::size_t first, std::size_t last, const char* column) {
   const std::size_t bytes = last - first + 1;
   char padded[64];
