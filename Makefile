@@ -1,6 +1,8 @@
 # The two commands of the contract: `make run` and `make test`.
 # Both install what they need first (scripts/setup-deps.sh is quiet when all is there).
 
+SHELL := /bin/bash
+
 BUILD      ?= build
 BENCHBUILD ?= build-bench
 FUZZBUILD  ?= build-fuzz
