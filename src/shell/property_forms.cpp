@@ -144,6 +144,25 @@ void PropertyForm::reject() {
     QDialog::reject();
 }
 
+void PropertyForm::layOut(QLayout* fields, const char* section) {
+    ok_ = new QPushButton(text(section, "cmdOK"), this);
+    ok_->setObjectName("cmdOK");
+    ok_->setDefault(true);
+    cancel_ = new QPushButton(text(section, "cmdCanel"), this);
+    cancel_->setObjectName("cmdCanel");
+    cancel_->setEnabled(s_.cancellable);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(ok_);
+    buttons->addWidget(cancel_);
+    auto* outer = new QVBoxLayout(this);
+    outer->addLayout(fields);
+    outer->addStretch();
+    outer->addLayout(buttons);
+    connect(ok_, &QPushButton::clicked, this, [this] { runOK(); });
+    connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
+}
+
 void PropertyForm::runOK() {
     try {
         cmdOK();
@@ -239,22 +258,7 @@ FrmProperties::FrmProperties(ProgramState& state, store::Hierarchy& hierarchy, P
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(2, 1);
 
-    ok_ = new QPushButton(text(sec, "cmdOK"), this);
-    ok_->setObjectName("cmdOK");
-    ok_->setDefault(true);
-    cancel_ = new QPushButton(text(sec, "cmdCanel"), this);
-    cancel_->setObjectName("cmdCanel");
-    cancel_->setEnabled(s_.cancellable);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok_);
-    buttons->addWidget(cancel_);
-    auto* outer = new QVBoxLayout(this);
-    outer->addLayout(grid);
-    outer->addStretch();
-    outer->addLayout(buttons);
-    connect(ok_, &QPushButton::clicked, this, [this] { runOK(); });
-    connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
+    layOut(grid, sec);
 
     // A department chooses its section; a section shows its code and name only.
     const bool dept = k == Kind::Dept;
@@ -527,22 +531,7 @@ FrmScProperties::FrmScProperties(ProgramState& state, store::Hierarchy& hierarch
     grid->addWidget(chkUsed_, row++, 1);
     grid->setColumnStretch(1, 1);
 
-    ok_ = new QPushButton(text(sec, "cmdOK"), this);
-    ok_->setObjectName("cmdOK");
-    ok_->setDefault(true);
-    cancel_ = new QPushButton(text(sec, "cmdCanel"), this);
-    cancel_->setObjectName("cmdCanel");
-    cancel_->setEnabled(s_.cancellable);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok_);
-    buttons->addWidget(cancel_);
-    auto* outer = new QVBoxLayout(this);
-    outer->addLayout(grid);
-    outer->addStretch();
-    outer->addLayout(buttons);
-    connect(ok_, &QPushButton::clicked, this, [this] { runOK(); });
-    connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
+    layOut(grid, sec);
 
     const auto& m = s_.records->machine;
     auto groups = store::splitAddress(m.SC_IP);
@@ -659,22 +648,7 @@ FrmSearch::FrmSearch(ProgramState& state, store::Hierarchy& hierarchy, PropertyS
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(2, 1);
 
-    ok_ = new QPushButton(text(sec, "cmdOK"), this);
-    ok_->setObjectName("cmdOK");
-    ok_->setDefault(true);
-    cancel_ = new QPushButton(text(sec, "cmdCanel"), this);
-    cancel_->setObjectName("cmdCanel");
-    cancel_->setEnabled(s_.cancellable);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok_);
-    buttons->addWidget(cancel_);
-    auto* outer = new QVBoxLayout(this);
-    outer->addLayout(grid);
-    outer->addStretch();
-    outer->addLayout(buttons);
-    connect(ok_, &QPushButton::clicked, this, [this] { runOK(); });
-    connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
+    layOut(grid, sec);
 
     const auto& r = s_.records->search;
     const int dec = state.settings.PriceDecimals;

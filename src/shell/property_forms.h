@@ -12,6 +12,7 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
+class QLayout;
 class QPushButton;
 
 namespace brindale::shell {
@@ -42,6 +43,8 @@ public:
 
 protected:
     virtual void cmdOK() = 0;
+    // The fields above, the OK and cancel buttons below them.
+    void layOut(QLayout* fields, const char* section);
     void runOK();
     void finish(const std::string& key);
     // Key texts of the form's own section.
