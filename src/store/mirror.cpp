@@ -400,11 +400,9 @@ void exportRecordFiles(Database& db, const std::string& folder, const MirrorOpti
 // row once, whole, with its record unpacked.
 struct PluKeys {
     std::vector<std::array<int64_t, 3>> rows;
-    bool collect = false;
 };
 
-void importTextFile(Database& db, const std::string& folder, const MirrorTextFile& f, Progress& p,
-                    PluKeys* pluKeys = nullptr) {
+void importTextFile(Database& db, const std::string& folder, const MirrorTextFile& f, Progress& p, PluKeys& pluKeys) {
     const std::string path = folder + "/" + f.file;
     std::error_code ec;
     if (!fs::exists(path, ec)) return;  // a missing file leaves the table empty
@@ -422,7 +420,7 @@ void importTextFile(Database& db, const std::string& folder, const MirrorTextFil
     sql += ") VALUES (" + vals + ")";
     const std::string text = readWhole(path);
     const auto lines = splitLines(text);
-    const bool keysOnly = pluKeys && pluKeys->collect && iequals(f.table, "KVR_25");
+    const bool keysOnly = iequals(f.table, "KVR_25");
     auto& st = db.cached(sql);
     size_t cur = 0;
     long row = 0;
@@ -455,7 +453,7 @@ void importTextFile(Database& db, const std::string& folder, const MirrorTextFil
             else st.bind(static_cast<int>(i + 1), v);
         }
         if (keysOnly) {
-            pluKeys->rows.push_back(keys);
+            pluKeys.rows.push_back(keys);
         } else {
             st.step();
             st.reset();
@@ -513,41 +511,6 @@ size_t recordLength(const std::string& path, const std::string& data, size_t pos
     return len;
 }
 
-void importPluRecords(Database& db, const std::string& path, const std::string& data, const MirrorOptions& o,
-                      Progress& p) {
-    if (!o.env) throw FatalError(path, 0, "no codec settings for the PLU records");
-    RowMapper<codec::PluRow> map(db, "KVR_25", codec::pluColumns());
-    DbInheritance inherit(db);
-    DbFlexi flexi(db);
-    codec::CodecEnvironment env = *o.env;
-    env.inheritance = &inherit;
-    env.flexiBarcodes = &flexi;
-    auto& read = db.cached(map.selectSql());
-    std::vector<std::pair<int64_t, codec::PluRow>> rows;
-    while (read.step()) {
-        rows.emplace_back(read.columnInt(0), codec::PluRow{});
-        map.read(read, rows.back().second);
-    }
-    read.reset();
-    auto& write = db.cached(map.updateSql());
-    const int rowidParam = static_cast<int>(map.size() + 1);
-    size_t pos = 0;
-    long n = 0;
-    for (auto& [rowid, row] : rows) {
-        ++n;
-        const size_t len = recordLength(path, data, pos, n, rows.size(), "PLUs");
-        row.KVRBinData.emplace(reinterpret_cast<const uint8_t*>(data.data() + pos),
-                               reinterpret_cast<const uint8_t*>(data.data() + pos + len));
-        pos += len;
-        codec::decodePluRecord(env, row);
-        map.bind(write, row);
-        sqlite3_bind_int64(write.handle(), rowidParam, rowid);
-        write.step();
-        write.reset();
-        p.step();
-    }
-}
-
 // The start's way with the PLUs: each row is made once, from its keys and its unpacked record,
 // one row in memory at a time.
 void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys, const MirrorOptions& o, Progress& p) {
@@ -587,19 +550,14 @@ void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys,
     }
 }
 
-void importRecordFile(Database& db, const std::string& folder, const MirrorRecordFile& f, const MirrorOptions& o,
-                      Progress& p) {
+// A record file of any table but KVR_25, whose rows insertPluRows makes whole.
+void importRecordFile(Database& db, const std::string& folder, const MirrorRecordFile& f, Progress& p) {
     const std::string path = folder + "/" + f.file;
     std::error_code ec;
     if (!fs::exists(path, ec)) return;
     const TableDef* t = db.table(f.table);
     if (!t) db.fail(std::string("there is no table ") + f.table);
     const std::string data = readWhole(path);
-    if (f.extra == RecordExtra::Plu) {
-        if (data.empty()) return;
-        importPluRecords(db, path, data, o, p);
-        return;
-    }
     const auto ids = rowIds(db, t->name);
     size_t pos = 0;
     long n = 0;
@@ -670,22 +628,6 @@ MirrorReport exportRecords(Database& db, const std::string& folder, const Mirror
     return report;
 }
 
-void importTables(Database& db, const std::string& folder, const MirrorOptions& options) {
-    Progress p{options};
-    for (const auto& f : mirrorTextFiles()) p.total += fileLines(folder + "/" + f.file);
-    Transaction tx(db);
-    for (const auto& f : mirrorTextFiles()) importTextFile(db, folder, f, p);
-    tx.commit();
-}
-
-void importRecords(Database& db, const std::string& folder, const MirrorOptions& options) {
-    Progress p{options};
-    for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
-    Transaction tx(db);
-    for (const auto& f : mirrorRecordFiles()) importRecordFile(db, folder, f, options, p);
-    tx.commit();
-}
-
 void decodeSmallRecordTables(Database& db, const std::string& folder, const MirrorOptions& options) {
     const codec::CodePage& cp = codePageOf(options, "decodeSmallRecords");
     Transaction tx(db);
@@ -719,7 +661,6 @@ void readMirror(Database& db, const std::string& appDir, const MirrorOptions& op
     Progress p{options};
     for (const auto& f : mirrorTextFiles()) p.total += fileLines(folder + "/" + f.file);
     PluKeys keys;
-    keys.collect = true;
     // The working database is made anew from the mirror at every start, so while it is being
     // filled nothing needs the journal or the waits for the disk: a crash here loses nothing
     // that the next start does not rebuild. The usual safety returns before anyone else uses it.
@@ -738,11 +679,11 @@ void readMirror(Database& db, const std::string& appDir, const MirrorOptions& op
         }
     } restore{db};
     Transaction tx(db);
-    for (const auto& f : mirrorTextFiles()) importTextFile(db, folder, f, p, &keys);
+    for (const auto& f : mirrorTextFiles()) importTextFile(db, folder, f, p, keys);
     p.total += static_cast<long>(keys.rows.size());
     for (const auto& f : mirrorRecordFiles()) {
         if (f.extra == RecordExtra::Plu) insertPluRows(db, folder, keys, options, p);
-        else importRecordFile(db, folder, f, options, p);
+        else importRecordFile(db, folder, f, p);
     }
     tx.commit();
     decodeSmallRecordTables(db, folder, options);

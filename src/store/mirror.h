@@ -69,11 +69,9 @@ void readMirror(Database& db, const std::string& appDir, const MirrorOptions& op
 // place atomically.
 MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOptions& options);
 
-// The single steps, on one folder, for tests and tools.
+// The single steps of the end and of the small-record decoding, on one folder, for tests and tools.
 void exportTables(Database& db, const std::string& folder, const MirrorOptions& options);
 MirrorReport exportRecords(Database& db, const std::string& folder, const MirrorOptions& options);
-void importTables(Database& db, const std::string& folder, const MirrorOptions& options);
-void importRecords(Database& db, const std::string& folder, const MirrorOptions& options);
 void decodeSmallRecordTables(Database& db, const std::string& folder, const MirrorOptions& options);
 
 // The print statement's text of a value: a number with a blank before and after, a text as it

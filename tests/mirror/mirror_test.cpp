@@ -19,8 +19,9 @@ namespace fs = std::filesystem;
 namespace {
 
 Bytes textRecord(uint32_t no, const std::string& content) {
-    Bytes r = {0, 0, 0, static_cast<uint8_t>(no), 0, 0, 0, 0};
-    r.insert(r.end(), content.begin(), content.end());
+    Bytes r(8 + content.size(), 0);
+    r[3] = static_cast<uint8_t>(no);
+    std::copy(content.begin(), content.end(), r.begin() + 8);
     r[4] = static_cast<uint8_t>(r.size() >> 8);
     r[5] = static_cast<uint8_t>(r.size() & 0xFF);
     return r;
