@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "store/text.h"
+
 namespace brindale::shell {
 
 // A section loaded from a table file: ordered pairs, served by key (without regard to case) and
@@ -58,6 +60,6 @@ void loadSection(const std::string& path, std::string_view language, std::string
                  LanguageTable& table);
 
 std::string trim(std::string_view s);
-bool iequals(std::string_view a, std::string_view b);
+using store::iequals;
 
 }  // namespace brindale::shell

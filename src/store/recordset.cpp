@@ -19,17 +19,10 @@ bool isIdentifier(std::string_view s) {
     return true;
 }
 
-std::string trimmed(std::string_view s) {
-    size_t b = 0, e = s.size();
-    while (b < e && std::isspace(static_cast<unsigned char>(s[b]))) ++b;
-    while (e > b && std::isspace(static_cast<unsigned char>(s[e - 1]))) --e;
-    return std::string(s.substr(b, e - b));
-}
-
 }  // namespace
 
 Recordset::Recordset(Database& db, std::string_view source) : db_(db) {
-    std::string src = trimmed(source);
+    std::string src(trimView(source));
     if (isIdentifier(src)) {
         const TableDef* t = db.table(src);
         if (!t) throw FatalError(db.path(), 0, "there is no table " + src);
@@ -136,7 +129,7 @@ Value coerceValue(const ColumnDef& c, Value v, const std::string& table) {
     if (c.isNumber()) {
         if (v.isInt() || v.isReal()) {
         } else if (v.isText()) {
-            std::string s = trimmed(v.text());
+            std::string s(trimView(v.text()));
             char* end = nullptr;
             if (s.empty()) return bad("is not a number");
             double d = std::strtod(s.c_str(), &end);

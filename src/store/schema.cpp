@@ -9,14 +9,6 @@
 
 namespace brindale::store {
 
-bool iequals(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
-            return false;
-    return true;
-}
-
 std::string quoteIdent(std::string_view name) {
     std::string s = "\"";
     for (char c : name) {
@@ -48,15 +40,8 @@ const TableDef* Schema::find(std::string_view table) const {
     return nullptr;
 }
 
-static std::string_view trim(std::string_view s) {
-    size_t b = 0, e = s.size();
-    while (b < e && std::isspace(static_cast<unsigned char>(s[b]))) ++b;
-    while (e > b && std::isspace(static_cast<unsigned char>(s[e - 1]))) --e;
-    return s.substr(b, e - b);
-}
-
 static int parseInt(std::string_view s, const std::string& where, long line, const char* what) {
-    s = trim(s);
+    s = trimView(s);
     int v = 0;
     auto [p, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
     if (s.empty() || ec != std::errc() || p != s.data() + s.size())
@@ -74,7 +59,7 @@ Schema parseSchemaText(std::string_view text, const std::string& where) {
         std::string_view raw = text.substr(pos, nl == std::string_view::npos ? std::string_view::npos : nl - pos);
         pos = (nl == std::string_view::npos) ? text.size() + 1 : nl + 1;
         ++lineNo;
-        std::string_view line = trim(raw);
+        std::string_view line = trimView(raw);
         if (iequals(line, "[END]")) return schema;  // an open table above it is not added
         if (line.empty()) {
             if (open) schema.tables.push_back(std::move(*open));
@@ -90,7 +75,7 @@ Schema parseSchemaText(std::string_view text, const std::string& where) {
         if (c2 == std::string_view::npos)
             throw FatalError(where, lineNo, "a column line needs a name, a type and a size separated by commas");
         ColumnDef col;
-        col.name = std::string(trim(line.substr(0, c1)));
+        col.name = std::string(trimView(line.substr(0, c1)));
         col.type = parseInt(line.substr(c1 + 1, c2 - c1 - 1), where, lineNo, "type");
         col.size = parseInt(line.substr(c2 + 1), where, lineNo, "size");
         if (!open) throw FatalError(where, lineNo, "a column line stands outside a table");

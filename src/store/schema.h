@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "store/text.h"
+
 namespace brindale::store {
 
 // Type numbers of the schema text.
@@ -56,7 +58,6 @@ std::string sqlDeclaredType(const ColumnDef& c);
 ColumnDef columnFromDeclaredType(const std::string& name, std::string_view declared);
 std::string createTableSql(const TableDef& t);
 
-bool iequals(std::string_view a, std::string_view b);
 std::string quoteIdent(std::string_view name);
 
 }  // namespace brindale::store

@@ -303,9 +303,10 @@ TEST(ShippedSchema, FreshDatabaseHasEveryTableAllEmpty) {
         ASSERT_NE(def, nullptr) << t;
         Recordset rs(*db, t);
         EXPECT_EQ(rs.recordCount(), 0) << t;
-        if (std::string(t) != "STORE" && std::string(t) != "SECT" && std::string(t) != "SCALE" &&
-            std::string(t) != "SEARCH")
+        const std::string name = t;
+        if (name != "STORE" && name != "SECT" && name != "SCALE" && name != "SEARCH") {
             EXPECT_GE(def->columnIndex("KVRBinData"), 0) << t;
+        }
     }
     // Every table of the schema text made it into the file.
     Schema s = readSchemaFile(app.path("Database/ABC1.txt"));
