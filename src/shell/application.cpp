@@ -41,10 +41,7 @@ int Application::start() {
     StartResult r;
     try {
         r = runStartup(state_, loading);
-    } catch (const FatalError& e) {
-        loading.hide();
-        return reportFatal(e);
-    } catch (const std::exception& e) {
+    } catch (const std::exception& e) {  // FatalError names the file and line
         loading.hide();
         return reportFatal(e);
     }

@@ -58,15 +58,11 @@ std::vector<std::string> endProgram(ProgramState& state, LifecycleView& view) {
     view.repaint();
     std::vector<std::string> warnings;
     if (state.Conn) {
-        state.prepareCodec();
+        if (!state.codePage) state.prepareCodec();
         const codec::CodecEnvironment env = state.codecEnvironment();
         store::MirrorOptions options;
         options.env = &env;
         options.progress = [&](long done, long total) { view.progress(done, total); };
-        // The recordsets go first: the mirror reads the tables through the connection alone.
-        state.RsWork.reset();
-        state.RsPLU.reset();
-        state.RsAux.reset();
         warnings = store::writeMirror(*state.Conn, state.appDir, options).warnings;
     }
     state.closeDatabase();

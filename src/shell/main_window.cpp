@@ -369,6 +369,7 @@ void MainWindow::menuLanguage(int index) {
 void MainWindow::changeLanguage(int index) {
     state_.settings.LanguageIndex = index;
     state_.lang.loadAll(state_.appDir, state_.settings.LanguageName());
+    state_.prepareCodec();  // the barcode lists come from the new language's block
     setMainCaptions();
 }
 

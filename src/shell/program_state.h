@@ -42,7 +42,8 @@ struct ProgramState {
     std::string helpFile;
 
     // What the scale records need: the code page of the system's language and the barcode lists
-    // of the parameter table. Made once the tables are loaded.
+    // of the parameter table. Made once the tables are loaded, and again when the language
+    // changes (the lists are read from the language's block).
     std::unique_ptr<codec::CodePage> codePage;
     codec::BarcodeLists barcodeLists;
     void prepareCodec();

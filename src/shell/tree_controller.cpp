@@ -96,7 +96,6 @@ TreeController::TreeController(MainWindow& window) : QObject(&window), w_(window
     setObjectName("treeController");
     // A saved department or main group takes its new binary record at once.
     builder_ = [this](const std::string& table, store::Recordset& rs) {
-        state_.prepareCodec();
         store::buildSmallRecord(*state_.codePage, table, rs);
     };
     QTreeWidget* tree = w_.tree();
