@@ -48,6 +48,33 @@ void seedOneStore(const TempApp& app) {
     app.write("AccessData/tempstore.txt", " 1 \r\nCorner shop\r\n 0 \r\n 0 \r\n 0 \r\n 0 \r\n0\r\n 0 \r\n");
 }
 
+// Starts the program on `app` as it stands and reports what happened: the exit status, the
+// first message shown, whether a main window came up, and whether every file is as it was. With
+// `databaseMayBeMade`, a working database that the start made before it failed does not count:
+// the next start deletes it.
+struct FailedStart {
+    int status = 0;
+    QString message;
+    bool mainWindow = false;
+    bool unchanged = false;
+};
+
+FailedStart startOn(const TempApp& app, bool databaseMayBeMade = false) {
+    const bool hadDatabase = app.exists("Database/Brindale1.mdb");
+    const std::string before = app.snapshot();
+    Answering answers(MsgResult::Ok);
+    FailedStart r;
+    {
+        Application a(app.dir());
+        r.status = a.start();
+        r.mainWindow = a.mainWindow() != nullptr;
+    }
+    if (!Messages::shown().empty()) r.message = Messages::shown().front().text;
+    if (databaseMayBeMade && !hadDatabase) fs::remove(app.path("Database/Brindale1.mdb"));
+    r.unchanged = app.snapshot() == before;
+    return r;
+}
+
 bool waitFor(const std::function<bool()>& cond, int ms) {
     QElapsedTimer t;
     t.start();
@@ -137,44 +164,37 @@ void ShellGuiTest::loadingScreenShowsItsThreeTexts() {
 void ShellGuiTest::missingSettingsFileShowsLiteralAndTouchesNothing() {
     TempApp app;
     fs::remove(app.path("ini/SETTING1.cfg"));
-    const std::string before = app.snapshot();
-    Answering answers(MsgResult::Ok);
-    Application a(app.dir());
-    QCOMPARE(a.start(), 1);
+    const FailedStart r = startOn(app);
+    QCOMPARE(r.status, 1);
     QCOMPARE(Messages::shown().size(), size_t(1));
     QCOMPARE(Messages::shown()[0].text, QString("Some source file is not exist!"));
     QCOMPARE(Messages::shown()[0].title, QString("Brindale"));
     QVERIFY(Messages::shown()[0].icon == MsgIcon::Exclamation);
     QVERIFY(!Messages::shown()[0].text.contains("SETTING1"));  // the message names no file
-    QCOMPARE(app.snapshot(), before);
-    QVERIFY(!a.mainWindow());
+    QVERIFY(r.unchanged);
+    QVERIFY(!r.mainWindow);
 }
 
 void ShellGuiTest::missingLanguageFilesShowTheSameLiteral() {
     for (const char* f : {"ini/Language1.ini", "ini/ParameterPLU1.ini"}) {
         TempApp app;
         fs::remove(app.path(f));
-        const std::string before = app.snapshot();
-        Answering answers(MsgResult::Ok);
-        Application a(app.dir());
-        QCOMPARE(a.start(), 1);
-        QCOMPARE(Messages::shown().at(0).text, QString("Some source file is not exist!"));
-        QCOMPARE(app.snapshot(), before);
+        const FailedStart r = startOn(app);
+        QCOMPARE(r.status, 1);
+        QCOMPARE(r.message, QString("Some source file is not exist!"));
+        QVERIFY(r.unchanged);
     }
 }
 
 void ShellGuiTest::damagedSettingsLineNamesFileAndLine() {
     TempApp app;
     app.write("ini/SETTING1.cfg", " 0 \r\n 2 \r\n dot \r\n 3 \r\n");
-    const std::string before = app.snapshot();
-    Answering answers(MsgResult::Ok);
-    Application a(app.dir());
-    QCOMPARE(a.start(), 2);
+    const FailedStart r = startOn(app);
+    QCOMPARE(r.status, 2);
     QCOMPARE(Messages::shown().size(), size_t(1));
-    const QString text = Messages::shown()[0].text;
-    QVERIFY2(text.contains("SETTING1.cfg") && text.contains("line 3"), qPrintable(text));
+    QVERIFY2(r.message.contains("SETTING1.cfg") && r.message.contains("line 3"), qPrintable(r.message));
     QVERIFY(Messages::shown()[0].icon == MsgIcon::Stop);
-    QCOMPARE(app.snapshot(), before);
+    QVERIFY(r.unchanged);
 }
 
 void ShellGuiTest::duplicateKeyNamesFileAndLine() {
@@ -187,38 +207,31 @@ void ShellGuiTest::duplicateKeyNamesFileAndLine() {
     long line = 1 + std::count(text.begin(), text.begin() + static_cast<long>(eol), '\n') + 1;
     text.insert(eol + 1, "LOADSHOW2=again\n");
     app.write("ini/Language1.ini", text);
-    const std::string before = app.snapshot();
-    Answering answers(MsgResult::Ok);
-    Application a(app.dir());
-    QCOMPARE(a.start(), 2);
-    const QString msg = Messages::shown().at(0).text;
-    QVERIFY2(msg.contains("Language1.ini") && msg.contains(QString("line %1").arg(line)), qPrintable(msg));
-    QCOMPARE(app.snapshot(), before);
+    const FailedStart r = startOn(app);
+    QCOMPARE(r.status, 2);
+    QVERIFY2(r.message.contains("Language1.ini") && r.message.contains(QString("line %1").arg(line)),
+             qPrintable(r.message));
+    QVERIFY(r.unchanged);
 }
 
 void ShellGuiTest::schemaLineWithoutTwoCommasNamesFileAndLine() {
     TempApp app;
     app.write("Database/ABC1.txt", "[STORE]\nST_No,4,4\nST_Name 10 20\n\n[END]\n");
     app.write("Database/Brindale1.mdb", "left by an earlier run");
-    const std::string before = app.snapshot();
-    Answering answers(MsgResult::Ok);
-    Application a(app.dir());
-    QCOMPARE(a.start(), 2);
-    const QString msg = Messages::shown().at(0).text;
-    QVERIFY2(msg.contains("ABC1.txt") && msg.contains("line 3"), qPrintable(msg));
-    QCOMPARE(app.snapshot(), before);
+    const FailedStart r = startOn(app);
+    QCOMPARE(r.status, 2);
+    QVERIFY2(r.message.contains("ABC1.txt") && r.message.contains("line 3"), qPrintable(r.message));
+    QVERIFY(r.unchanged);
 }
 
 void ShellGuiTest::databaseAndTemporaryLeftTogetherStopTheStart() {
     TempApp app;
     app.write("Database/Brindale1.mdb", "old");
     app.write("Database/Brindale1_.mdb", "old temporary");
-    const std::string before = app.snapshot();
-    Answering answers(MsgResult::Ok);
-    Application a(app.dir());
-    QCOMPARE(a.start(), 2);
-    QVERIFY(Messages::shown().at(0).text.contains("Brindale1_.mdb"));
-    QCOMPARE(app.snapshot(), before);
+    const FailedStart r = startOn(app);
+    QCOMPARE(r.status, 2);
+    QVERIFY(r.message.contains("Brindale1_.mdb"));
+    QVERIFY(r.unchanged);
 }
 
 void ShellGuiTest::missingSchemaEndsWithTheLinkMessage() {
@@ -396,16 +409,13 @@ void ShellGuiTest::damagedMirrorNamesFileAndLineAndChangesNothing() {
     TempApp app;
     // The store's Flag2 line holds a word: the number column refuses it.
     app.write("AccessData/tempstore.txt", " 1 \r\nCorner shop\r\n 0 \r\n none \r\n 0 \r\n 0 \r\n0\r\n 0 \r\n");
-    const std::string before = app.snapshot();
-    Answering answers(MsgResult::Ok);
-    Application a(app.dir());
-    QCOMPARE(a.start(), 2);
-    const QString msg = Messages::shown().at(0).text;
-    QVERIFY2(msg.contains("tempstore.txt") && msg.contains("line 4") && msg.contains("Flag2"), qPrintable(msg));
-    QVERIFY(!a.mainWindow());
-    // Only the working database was made; the mirror is as it was.
-    fs::remove(app.path("Database/Brindale1.mdb"));
-    QCOMPARE(app.snapshot(), before);
+    // Only the working database is made; the mirror stays as it was.
+    const FailedStart r = startOn(app, true);
+    QCOMPARE(r.status, 2);
+    QVERIFY2(r.message.contains("tempstore.txt") && r.message.contains("line 4") && r.message.contains("Flag2"),
+             qPrintable(r.message));
+    QVERIFY(!r.mainWindow);
+    QVERIFY(r.unchanged);
 }
 
 void ShellGuiTest::transferFromTheMainWindowReachesTheScaleOfTheSection() {
