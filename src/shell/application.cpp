@@ -16,6 +16,10 @@
 #include <QSocketNotifier>
 #include <QThread>
 
+#include <QDialog>
+#include <QTimer>
+
+#include "guard.h"
 #include "main_window.h"
 #include "messages.h"
 #include "screens.h"
@@ -24,13 +28,17 @@
 
 namespace brindale::shell {
 
-Application::Application(std::string appDir) { state_.appDir = std::move(appDir); }
+Application::Application(std::string appDir) {
+    state_.appDir = std::move(appDir);
+    setGuardState(&state_);
+}
 
-Application::~Application() = default;
+Application::~Application() { setGuardState(nullptr); }
 
 int Application::reportFatal(const std::exception& e) {
     QString text = QString::fromStdString(e.what());
-    Messages::show(QObject::tr("%1\n\nThe program ends. No file was changed.").arg(text), MsgIcon::Stop);
+    Messages::show(text + "\n\n" + guardText("msgbox", "fatalEnd", "The program ends. No file was changed."),
+                   MsgIcon::Stop);
     return 2;
 }
 
@@ -38,12 +46,23 @@ int Application::start() {
     StatusScreen loading("frmLoading", "lblloading");
     loading.centre();
     loading.show();
+    loading.recoverAsker = [this, &loading] {
+        switch (Messages::key(state_, "recoverRun", MsgIcon::Question, MsgButtons::YesNo, &loading)) {
+            case MsgResult::Yes: return LifecycleView::Recover::Yes;
+            case MsgResult::No: return LifecycleView::Recover::No;
+            default: return LifecycleView::Recover::Stop;  // closed by the end of the run
+        }
+    };
     StartResult r;
     try {
         r = runStartup(state_, loading);
     } catch (const std::exception& e) {  // FatalError names the file and line
         loading.hide();
         return reportFatal(e);
+    }
+    if (r == StartResult::Stopped) {
+        loading.hide();
+        return 0;
     }
     if (r == StartResult::MissingSourceFile) {
         loading.hide();
@@ -67,7 +86,8 @@ int Application::start() {
     }
     loading.hide();
     main_->show();
-    if (terminationPending_) QMetaObject::invokeMethod(main_.get(), "close", Qt::QueuedConnection);
+    started_ = true;
+    if (terminationPending_) QTimer::singleShot(0, this, [this] { closeModalsThenEnd(); });
     return 0;
 }
 
@@ -102,8 +122,32 @@ void Application::installTerminationHandlers() {
 void Application::requestTermination() {
     if (ended_) return;
     terminationPending_ = true;
-    // Still loading: the main window closes as soon as it stands.
-    if (main_) main_->close();
+    state_.terminating = true;
+    closeModalsThenEnd();
+}
+
+void Application::closeModalsThenEnd() {
+    if (ended_) return;
+    bool modal = false;
+    // Stacked modal windows close from the top; one that stays (a transfer still stopping) is
+    // tried again on the next round.
+    for (int i = 0; i < 16; ++i) {
+        QWidget* m = QApplication::activeModalWidget();
+        if (!m) break;
+        modal = true;
+        if (auto* d = qobject_cast<QDialog*>(m)) d->reject();
+        else m->close();
+        if (QApplication::activeModalWidget() == m) break;
+    }
+    const int level = QThread::currentThread()->loopLevel();
+    // Still loading, or a modal window's loop has not yet returned to its caller: wait. The
+    // start closes the main window itself once it stands.
+    if (!started_ || modal || level > mainLoopLevel_) {
+        // Bounded: a transfer's time limits end it long before this runs out.
+        if (++terminationTries_ < 6000) QTimer::singleShot(10, this, [this] { closeModalsThenEnd(); });
+        return;
+    }
+    main_->close();
 }
 
 namespace {
@@ -120,28 +164,42 @@ bool Application::end() {
     StatusScreen closing("frmEnd", "labDisplay");
     closing.centre();
     std::vector<std::string> warnings;
-    try {
-        closing.setLabel(state_.text("frm_OTHER", "unloadSHOW1"));
-        if (main_) main_->setEnabled(false);
-        closing.show();
-        closing.repaint();
-        warnings = endProgram(state_, closing);
-    } catch (const std::exception& e) {
-        closing.hide();
-        if (!state_.Conn) {
-            // Everything was saved and closed; only the last step failed.
-            exitLoop(reportFatal(e));
-            return true;
+    for (;;) {
+        try {
+            closing.setLabel(state_.text("frm_OTHER", "unloadSHOW1"));
+            if (main_) main_->setEnabled(false);
+            closing.show();
+            closing.repaint();
+            warnings = endProgram(state_, closing);
+            break;
+        } catch (const std::exception& e) {
+            closing.hide();
+            if (!state_.Conn) {
+                // Everything was saved and closed; only the last step failed.
+                exitLoop(reportFatal(e));
+                return true;
+            }
+            if (terminationPending_) {
+                // Nobody may be at the screen: the working database, with every saved change, stays
+                // where it is, and the next start offers to recover it.
+                std::fprintf(stderr, "Brindale: %s\nBrindale: the working database %s is kept for the next start.\n",
+                             e.what(), state_.databasePath().c_str());
+                state_.closeDatabase();
+                exitLoop(kEndFailedStatus);
+                return true;
+            }
+            // The old mirror is untouched and the working database still open: the operator mends
+            // the cause (a full disk, a write-protected folder) and tries again, or goes on working.
+            const QString text = QString::fromStdString(e.what()) + "\n\n" +
+                                 guardText("msgbox", "endFailed",
+                                           "The data could not be written to the mirror. The old mirror is kept "
+                                           "unchanged and the working database stays open: nothing is lost.");
+            if (Messages::show(text, MsgIcon::Stop, MsgButtons::RetryCancel, main_.get()) == MsgResult::Retry)
+                continue;
+            if (main_) main_->setEnabled(true);
+            ended_ = false;
+            return false;
         }
-        // The old mirror is untouched and the working database still open: the operator can
-        // mend the cause (a full disk, a write-protected folder) and close again.
-        Messages::show(QObject::tr("%1\n\nThe data could not be saved. The program stays open; "
-                                   "nothing was lost. Mend the cause and close the program again.")
-                           .arg(QString::fromStdString(e.what())),
-                       MsgIcon::Stop);
-        if (main_) main_->setEnabled(true);
-        ended_ = false;
-        return false;
     }
     closing.hide();
     if (!warnings.empty() && terminationPending_) {

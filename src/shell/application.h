@@ -26,23 +26,38 @@ public:
     bool end();
 
     // SIGTERM, SIGINT, SIGHUP and the end of the desktop session end the run as closing the main
-    // window does: the mirror is written.
+    // window does: the mirror is written. Open modal windows are closed first (a property form as
+    // by Cancel, a question by its Cancel or No, a transfer is cancelled), and the end runs only
+    // once control is back in the main event loop, so that no form resumes on a closed database.
     void installTerminationHandlers();
     void requestTermination();
+    // The event loop level at which the main loop runs: 1 under QApplication::exec (the program),
+    // 0 for tests that drive the windows without it.
+    void setMainLoopLevel(int level) { mainLoopLevel_ = level; }
+    bool terminationPending() const { return terminationPending_; }
 
     ProgramState& state() { return state_; }
     MainWindow* mainWindow() const { return main_.get(); }
     bool ended() const { return ended_; }
 
-    // Shows a fatal error (file, line, reason) and asks the event loop to end with status 2.
-    // Nothing is written: the mirror stays as the last clean end left it.
+    // Shows a fatal error (file, line, reason) and returns the exit status 2. Nothing is written:
+    // the mirror stays as the last clean end left it.
     static int reportFatal(const std::exception& e);
 
+    // The exit status when the end could not write the mirror while nobody could be asked (the
+    // run was ended from outside): the working database is kept for the next start to recover.
+    static constexpr int kEndFailedStatus = 3;
+
 private:
+    void closeModalsThenEnd();
+
     ProgramState state_;
     std::unique_ptr<MainWindow> main_;
     bool ended_ = false;
     bool terminationPending_ = false;
+    int mainLoopLevel_ = 0;
+    bool started_ = false;  // start() has returned with the main window up
+    int terminationTries_ = 0;
 };
 
 // The application folder: the folder of the executable.

@@ -16,12 +16,17 @@ public:
     virtual void repaint() = 0;
     // How far a long step has come; total 0 hides the bar.
     virtual void progress(long done, long total) { (void)done; (void)total; }
+    // A whole working database of a run that did not end is there: recover its work into the
+    // mirror, delete it, or stop the start and leave it (the run is ending)?
+    enum class Recover { Yes, No, Stop };
+    virtual Recover askRecover() { return Recover::No; }
 };
 
 enum class StartResult {
     Ok,
     MissingSourceFile,  // "Some source file is not exist!": nothing was touched
     LinkFailed,         // the connection could not be opened: message key linkADO
+    Stopped,            // asked to end while the recovery question was open: nothing was touched
 };
 
 // The literal of the loading screen, before any language table is loaded.
@@ -32,11 +37,16 @@ inline constexpr const char* kMessageTitle = "Brindale";
 // Tests the three files in their order; false at the first one missing.
 bool checkSourceFiles(const std::string& appDir);
 
-// Steps 1 to 11 of the start. A damaged input raises FatalError before any file is changed.
+// Steps 1 to 11 of the start. A damaged input raises FatalError; the working database this start
+// made is removed again, so that no file is changed. A whole working database left by a run that
+// did not end is offered for recovery first: its work is written to the mirror by the normal end.
 StartResult runStartup(ProgramState& state, LifecycleView& view);
 
 // The end of the run: the mirror is written, everything is closed, the database file deleted.
 // Returns what could not be packed as it stood (each such PLU kept its last record).
 std::vector<std::string> endProgram(ProgramState& state, LifecycleView& view);
+
+// Writes the mirror from the working database left by a run that did not end.
+void recoverLeftDatabase(ProgramState& state, LifecycleView& view);
 
 }  // namespace brindale::shell

@@ -45,11 +45,13 @@ MsgResult Messages::show(const QString& text, MsgIcon icon, MsgButtons buttons, 
             box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
             break;
         case MsgButtons::OkCancel: box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel); break;
+        case MsgButtons::RetryCancel: box.setStandardButtons(QMessageBox::Retry | QMessageBox::Cancel); break;
     }
     switch (box.exec()) {
         case QMessageBox::Yes: return MsgResult::Yes;
         case QMessageBox::No: return MsgResult::No;
         case QMessageBox::Cancel: return MsgResult::Cancel;
+        case QMessageBox::Retry: return MsgResult::Retry;
         default: return buttons == MsgButtons::OkCancel || buttons == MsgButtons::Ok ? MsgResult::Ok : MsgResult::Cancel;
     }
 }

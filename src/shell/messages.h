@@ -13,8 +13,8 @@ namespace brindale::shell {
 struct ProgramState;
 
 enum class MsgIcon { None, Exclamation, Stop, Question, Information };
-enum class MsgButtons { Ok, YesNo, YesNoCancel, OkCancel };
-enum class MsgResult { Ok, Cancel, Yes, No };
+enum class MsgButtons { Ok, YesNo, YesNoCancel, OkCancel, RetryCancel };
+enum class MsgResult { Ok, Cancel, Yes, No, Retry };
 
 struct MessageRecord {
     QString text;

@@ -41,6 +41,10 @@ struct ProgramState {
 
     std::string helpFile;
 
+    // Set when the run is asked to end from outside (a signal, the end of the desktop session):
+    // forms that may not be cancelled let go.
+    bool terminating = false;
+
     // What the scale records need: the code page of the system's language and the barcode lists
     // of the parameter table. Made once the tables are loaded, and again when the language
     // changes (the lists are read from the language's block).

@@ -1,5 +1,7 @@
 #include "property_forms.h"
 
+#include "guard.h"
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -140,7 +142,8 @@ PropertyForm::PropertyForm(ProgramState& state, store::Hierarchy& hierarchy, Pro
 }
 
 void PropertyForm::reject() {
-    if (!s_.cancellable) return;
+    // The first store cannot be cancelled, except by the end of the run (a signal, a logout).
+    if (!s_.cancellable && !state_.terminating) return;
     QDialog::reject();
 }
 
@@ -164,15 +167,9 @@ void PropertyForm::layOut(QLayout* fields, const char* section) {
 }
 
 void PropertyForm::runOK() {
-    try {
-        cmdOK();
-    } catch (const std::exception& e) {
-        // A database error while saving: shown with what it names; the run ends without writing,
-        // so the next start finds the data of the last clean end.
-        const int status = Application::reportFatal(e);
-        done(QDialog::Rejected);
-        QCoreApplication::exit(status);
-    }
+    // A database error while saving is shown with what it names; the form stays open with what
+    // was typed, so the operator can try again or cancel.
+    runGuarded([this] { cmdOK(); });
 }
 
 void PropertyForm::finish(const std::string& key) {

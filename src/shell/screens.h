@@ -3,6 +3,7 @@
 // that repaint while the work runs.
 #include <QElapsedTimer>
 #include <QWidget>
+#include <functional>
 
 #include "lifecycle.h"
 
@@ -19,6 +20,8 @@ public:
     void setLabel(const std::string& text) override;
     void repaint() override;
     void progress(long done, long total) override;
+    Recover askRecover() override { return recoverAsker ? recoverAsker() : Recover::No; }
+    std::function<Recover()> recoverAsker;
     QLabel* label() const { return label_; }
     void centre();
 

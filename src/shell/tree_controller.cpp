@@ -1,5 +1,7 @@
 #include "tree_controller.h"
 
+#include "guard.h"
+
 #include "store/small_record_builder.h"
 
 #include <map>
@@ -80,14 +82,10 @@ QIcon iconFor(Kind k) {
 }
 
 // A command that can end in a database error: the error is shown with what it names, and the
-// run ends without writing anything, so the next start finds the data of the last clean end.
+// run goes on with everything saved so far.
 template <class F>
 void guarded(F&& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        QCoreApplication::exit(Application::reportFatal(e));
-    }
+    runGuarded(f);
 }
 
 }  // namespace
@@ -368,7 +366,7 @@ void TreeController::cmdData() {
 void TreeController::activate() {
     // The main window may be activated while a form is still open (its own activation arriving
     // late): the rebuild waits for the form's return.
-    if (treeValid_ || formOpen_) return;
+    if (treeValid_ || formOpen_ || !state_.Conn) return;  // no connection: the run is ending
     treeValid_ = true;
     const bool storeView = state_.viewNumber == 1;
     const std::string saved = storeView ? state_.selectedKeyStoreView : state_.selectedKeyDataView;

@@ -63,6 +63,53 @@ int rebuildDatabase(const std::string& schemaPath, const std::string& databasePa
     return 0;
 }
 
+void markDatabaseComplete(Database& db) { db.exec("PRAGMA user_version=" + std::to_string(kCompleteDatabaseMark)); }
+
+bool isRecoverableDatabase(const std::string& schemaPath, const std::string& databasePath) {
+    std::error_code ec;
+    if (!fs::is_regular_file(databasePath, ec) || fs::exists(temporaryDatabasePath(databasePath), ec)) return false;
+    if (!fs::exists(schemaPath, ec)) return false;
+    Schema schema;
+    try {
+        schema = readSchemaFile(schemaPath);
+    } catch (const FatalError&) {
+        return false;  // the rebuild reports the damaged schema text
+    }
+    sqlite3* raw = nullptr;
+    // Read-write, so that SQLite can roll back a transaction the crash cut off.
+    if (sqlite3_open_v2(databasePath.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+        sqlite3_close(raw);
+        return false;
+    }
+    std::unique_ptr<sqlite3, int (*)(sqlite3*)> db(raw, sqlite3_close);
+    sqlite3_busy_timeout(raw, 2000);
+    auto single = [&](const char* sql, std::string& out) {
+        sqlite3_stmt* st = nullptr;
+        if (sqlite3_prepare_v2(raw, sql, -1, &st, nullptr) != SQLITE_OK) return false;
+        bool ok = sqlite3_step(st) == SQLITE_ROW;
+        if (ok) {
+            const unsigned char* t = sqlite3_column_text(st, 0);
+            out = t ? reinterpret_cast<const char*>(t) : "";
+        }
+        sqlite3_finalize(st);
+        return ok;
+    };
+    std::string v;
+    if (!single("PRAGMA user_version", v) || v != std::to_string(kCompleteDatabaseMark)) return false;
+    if (!single("PRAGMA integrity_check", v) || v != "ok") return false;
+    for (const auto& t : schema.tables) {
+        sqlite3_stmt* st = nullptr;
+        if (sqlite3_prepare_v2(raw, "SELECT 1 FROM sqlite_master WHERE type='table' AND name=?1 COLLATE NOCASE", -1,
+                               &st, nullptr) != SQLITE_OK)
+            return false;
+        sqlite3_bind_text(st, 1, t.name.c_str(), -1, SQLITE_TRANSIENT);
+        const bool present = sqlite3_step(st) == SQLITE_ROW;
+        sqlite3_finalize(st);
+        if (!present) return false;
+    }
+    return true;
+}
+
 std::unique_ptr<Database> linkDatabase(const std::string& databasePath) {
     std::error_code ec;
     if (!fs::exists(databasePath, ec)) return nullptr;

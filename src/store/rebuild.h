@@ -17,6 +17,16 @@ std::string temporaryDatabasePath(const std::string& databasePath);
 // raised before any file is touched.
 int rebuildDatabase(const std::string& schemaPath, const std::string& databasePath, int mode = 0);
 
+// A working database whose start was complete carries this mark (its user_version), so that a
+// database left by a crash can be told from one that a crash cut off while it was being filled.
+inline constexpr int kCompleteDatabaseMark = 0x42524E31;
+void markDatabaseComplete(Database& db);
+
+// True when the working database left by a run that did not end is worth recovering: a whole
+// SQLite file (integrity check passed) with the complete-start mark and every table of the
+// schema text, and no temporary database beside it.
+bool isRecoverableDatabase(const std::string& schemaPath, const std::string& databasePath);
+
 // Opens the working database; nullptr when it cannot be opened (the caller reports it).
 std::unique_ptr<Database> linkDatabase(const std::string& databasePath);
 
