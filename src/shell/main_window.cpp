@@ -19,6 +19,7 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include "guard.h"
 #include "messages.h"
 #include "transfer/ui/progress_dialog.h"
 #include "paths.h"
@@ -355,11 +356,18 @@ void MainWindow::menuLanguage(int index) {
         setMainCaptions();
         return;
     }
+    // The settings file first: when it cannot be written (a read-only folder, a full disk) the
+    // message names it and the language stays as it was.
+    Settings next = state_.settings;
+    next.LanguageIndex = index;
+    if (!runGuarded([&] { writeSettings(state_.path(kSettingsFile), next); })) {
+        setMainCaptions();
+        return;
+    }
     action("menuEnglish")->setChecked(index == 0);
     action("menuChinese")->setChecked(index == 1);
     action("menuOthers")->setChecked(index == 2);
     state_.settings.LanguageIndex = index;
-    writeSettings(state_.path(kSettingsFile), state_.settings);
     setEnabled(false);
     changeLanguage(index);
     setEnabled(true);

@@ -697,6 +697,18 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     fs::create_directories(staging, ec);
     if (ec) throw FatalError(staging, 0, "the folder cannot be made: " + ec.message());
 
+    // An end that fails while the old mirror still stands leaves it the only one: the new set
+    // beside it, half or whole, is removed (a new set without the old one is kept: the next start
+    // puts it in place).
+    struct DropStaging {
+        const std::string& live;
+        const std::string& staging;
+        ~DropStaging() {
+            std::error_code e;
+            if (fs::exists(live, e)) fs::remove_all(staging, e);
+        }
+    } dropStaging{live, staging};
+
     Progress p{options};
     for (const auto& f : mirrorTextFiles()) p.total += countRows(db, f.table);
     for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);

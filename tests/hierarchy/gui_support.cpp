@@ -10,6 +10,7 @@
 
 #include "shell/paths.h"
 #include "shell/settings.h"
+#include "store/hierarchy.h"
 #include "store/recordset.h"
 
 namespace brindale::testing {
@@ -132,6 +133,43 @@ void setText(QWidget* form, const char* name, const QString& text) {
 
 void clickOk(QWidget* form) {
     if (auto* b = button(form, "cmdOK")) b->click();
+}
+
+// The first run of single store mode: store 1 made through its form, named `name`.
+void firstStore(GuiApp& g, const QString& name) {
+    ModalDriver d("frmProperties", [&](QDialog* f) {
+        setText(f, "txtName", name);
+        clickOk(f);
+    });
+    ASSERT_EQ(g.start(), 0);
+    ASSERT_TRUE(d.seen());
+}
+
+void newSection(GuiApp& g, const std::string& storeKey) {
+    g.select(storeKey);
+    clearMessages();
+    const int before = g.count("SECT");
+    std::string title;
+    ModalDriver d("frmProperties", [&](QDialog* f) { title = f->windowTitle().toStdString(); clickOk(f); });
+    g.trigger("menuSection");
+    ASSERT_TRUE(d.seen());
+    ASSERT_TRUE(messagesShown().empty()) << messagesShown().front();
+    ASSERT_EQ(g.count("SECT"), before + 1) << title << "\n" << g.dump();
+    store::Recordset rs(*g.state().Conn, "SECT");
+    ASSERT_EQ(rs.intValue("ST_No"), 1) << g.dump();
+    const std::string key = "SECT 1 " + std::to_string(before + 1);
+    ASSERT_NE(g.tree().findKey(key), nullptr) << g.dump() << " view " << g.state().viewNumber;
+}
+
+void newMachine(GuiApp& g, const std::string& sectKey, const QStringList& ip, const QString& number) {
+    g.select(sectKey);
+    ModalDriver d("frmScProperties", [&](QDialog* f) {
+        for (int i = 0; i < 4; ++i) setText(f, QString("txtScaleIP_%1").arg(i).toUtf8().constData(), ip[i]);
+        setText(f, "txtScaleNo", number);
+        clickOk(f);
+    });
+    g.trigger("menuMachine");
+    ASSERT_TRUE(d.seen());
 }
 
 }  // namespace brindale::testing

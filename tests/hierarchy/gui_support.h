@@ -70,4 +70,10 @@ QPushButton* button(QWidget* form, const char* name);
 void setText(QWidget* form, const char* name, const QString& text);
 void clickOk(QWidget* form);
 
+// The first run of single store mode: store 1 made through its form, named `name`.
+void firstStore(GuiApp& g, const QString& name);
+// A new section of the store `storeKey` through its form, and a new machine of `sectKey`.
+void newSection(GuiApp& g, const std::string& storeKey);
+void newMachine(GuiApp& g, const std::string& sectKey, const QStringList& ip, const QString& number);
+
 }  // namespace brindale::testing

@@ -19,41 +19,6 @@ namespace {
 
 std::string last() { return messagesShown().empty() ? std::string() : messagesShown().back(); }
 
-// The first run of single store mode: store 1 made through its form, named `name`.
-void firstStore(GuiApp& g, const QString& name) {
-    ModalDriver d("frmProperties", [&](QDialog* f) {
-        setText(f, "txtName", name);
-        clickOk(f);
-    });
-    ASSERT_EQ(g.start(), 0);
-    ASSERT_TRUE(d.seen());
-}
-
-void newSection(GuiApp& g, const std::string& storeKey) {
-    g.select(storeKey);
-    clearMessages();
-    std::string title;
-    ModalDriver d("frmProperties", [&](QDialog* f) { title = f->windowTitle().toStdString(); clickOk(f); });
-    g.trigger("menuSection");
-    ASSERT_TRUE(d.seen());
-    ASSERT_TRUE(messagesShown().empty()) << messagesShown().front();
-    ASSERT_EQ(g.count("SECT"), 1) << title << "\n" << g.dump();
-    store::Recordset rs(*g.state().Conn, "SECT");
-    ASSERT_EQ(rs.intValue("ST_No"), 1) << g.dump();
-    ASSERT_NE(g.tree().findKey("SECT 1 1"), nullptr) << g.dump() << " view " << g.state().viewNumber;
-}
-
-void newMachine(GuiApp& g, const std::string& sectKey, const QStringList& ip, const QString& number) {
-    g.select(sectKey);
-    ModalDriver d("frmScProperties", [&](QDialog* f) {
-        for (int i = 0; i < 4; ++i) setText(f, QString("txtScaleIP_%1").arg(i).toUtf8().constData(), ip[i]);
-        setText(f, "txtScaleNo", number);
-        clickOk(f);
-    });
-    g.trigger("menuMachine");
-    ASSERT_TRUE(d.seen());
-}
-
 struct Gui : ::testing::Test {
     void SetUp() override {
         answerYes();
