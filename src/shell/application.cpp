@@ -67,6 +67,8 @@ int Application::start() {
     }
     loading.hide();
     main_->show();
+    for (const auto& notice : state_.startNotices)
+        if (!terminationPending_) Messages::show(QString::fromStdString(notice), MsgIcon::Information, MsgButtons::Ok, main_.get());
     if (terminationPending_) QMetaObject::invokeMethod(main_.get(), "close", Qt::QueuedConnection);
     return 0;
 }

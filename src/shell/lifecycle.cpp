@@ -4,6 +4,7 @@
 
 #include "paths.h"
 #include "store/mirror.h"
+#include "store/mirror_code_page.h"
 #include "store/rebuild.h"
 
 namespace fs = std::filesystem;
@@ -16,6 +17,49 @@ bool checkSourceFiles(const std::string& appDir) {
         if (!fs::is_regular_file(joinPath(appDir, f), ec)) return false;
     return true;
 }
+
+std::string fillIn(std::string text, const std::vector<std::string>& values) {
+    // From the highest number down, so that %1 does not take the front of a %10.
+    for (size_t i = values.size(); i-- > 0;) {
+        const std::string mark = "%" + std::to_string(i + 1);
+        for (size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at + values[i].size()))
+            text.replace(at, mark.size(), values[i]);
+    }
+    return text;
+}
+
+namespace {
+
+// "Department 12 (DP_Name)": the caption of the item's kind, its number and the column.
+std::string describe(const ProgramState& state, const store::TextNotHeld& t) {
+    std::string kind;
+    if (t.table == "KVR_20") kind = state.text("frmMain_Menu", "menuDept");
+    else if (t.table == "KVR_23") kind = state.text("frmMain_Menu", "menuMg");
+    else if (t.table == "KVR_25") kind = state.text("frmMain_Menu", "menuPlu");
+    else if (t.table == "KVR_3F") kind = state.text("frmMain_Menu", "menuScrollMSG");
+    else if (t.table == "KVR_41") kind = state.text("frmMain_Menu", "menuEditPresetKey");
+    else kind = state.text("frmMain_Menu", "menuEditOtherFiles");
+    if (kind.empty()) kind = t.table;
+    return kind + " " + std::to_string(t.number) + " (" + t.column + ")";
+}
+
+// A mirror written in another page than the system language's: the run goes over to the
+// system's page when every record text can go with it, and keeps the recorded page otherwise.
+// Either way the operator is told which page the scales get from now on.
+void settleCodePage(ProgramState& state, const std::string& recorded) {
+    const std::string system = state.systemCodePageName();
+    if (recorded == system) return;
+    auto target = std::make_unique<codec::CodePage>(system);
+    if (const auto blocker = store::firstTextNotHeld(*state.Conn, *state.codePage, *target)) {
+        state.startNotices.push_back(fillIn(state.text("msgbox", "codepageKept"),
+                                            {recorded, system, describe(state, *blocker), blocker->character}));
+        return;
+    }
+    state.codePage = std::move(target);
+    state.startNotices.push_back(fillIn(state.text("msgbox", "codepageSwitch"), {recorded, system}));
+}
+
+}  // namespace
 
 StartResult runStartup(ProgramState& state, LifecycleView& view) {
     view.setLabel(kLoadingSettingText);
@@ -35,6 +79,13 @@ StartResult runStartup(ProgramState& state, LifecycleView& view) {
     view.setLabel(state.text("frm_OTHER", "loadSHOW3"));
     view.repaint();
 
+    // The page the mirror's records were written in. A damaged record of it stops the start
+    // here, before the database is made; an end that was interrupted is settled first, so that
+    // the page read is the one of the set that stands.
+    store::recoverMirror(state.appDir);
+    const std::optional<std::string> recordedPage = store::readMirrorCodePage(state.path(kMirrorFolder));
+    state.startNotices.clear();
+
     store::rebuildDatabase(state.path(kSchemaFile), state.databasePath(), 0);
 
     state.connectionString = state.databasePath();
@@ -44,6 +95,9 @@ StartResult runStartup(ProgramState& state, LifecycleView& view) {
         return StartResult::LinkFailed;
     }
 
+    // The records are read in the page they were written in.
+    state.codePage.reset();
+    if (recordedPage) state.codePage = std::make_unique<codec::CodePage>(*recordedPage);
     state.prepareCodec();
     const codec::CodecEnvironment env = state.codecEnvironment();
     store::MirrorOptions options;
@@ -51,6 +105,7 @@ StartResult runStartup(ProgramState& state, LifecycleView& view) {
     options.progress = [&](long done, long total) { view.progress(done, total); };
     store::readMirror(*state.Conn, state.appDir, options);
     view.progress(0, 0);
+    if (recordedPage) settleCodePage(state, *recordedPage);
     return StartResult::Ok;
 }
 
