@@ -67,8 +67,10 @@ int Application::start() {
     }
     loading.hide();
     main_->show();
+    // What the start found worth telling, such as the code page the scales now get.
     for (const auto& notice : state_.startNotices)
-        if (!terminationPending_) Messages::show(QString::fromStdString(notice), MsgIcon::Information, MsgButtons::Ok, main_.get());
+        if (!terminationPending_)
+            Messages::show(QString::fromStdString(notice), MsgIcon::Information, MsgButtons::Ok, main_.get());
     if (terminationPending_) QMetaObject::invokeMethod(main_.get(), "close", Qt::QueuedConnection);
     return 0;
 }

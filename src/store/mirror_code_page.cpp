@@ -111,9 +111,10 @@ std::optional<std::string> firstNonAsciiInBlock(const std::vector<uint8_t>& b, c
 
 // A multi barcode buffer: a flag byte, then up to 48 bytes of text ended by a zero byte.
 std::optional<std::string> firstNonAsciiInBarcode(const std::vector<uint8_t>& b, const codec::CodePage& page) {
+    if (b.size() < 2) return std::nullopt;
     size_t to = 1;
     while (to < b.size() && to <= 48 && b[to] != 0) ++to;
-    return firstNonAscii(b, std::min<size_t>(1, b.size()), to, page);
+    return firstNonAscii(b, 1, to, page);
 }
 
 bool hasColumn(Database& db, const char* table, const char* column) {
@@ -185,7 +186,8 @@ std::optional<TextNotHeld> firstTextNotHeld(Database& db, const codec::CodePage&
         while (st->step()) {
             const Value v = st->column(1);
             if (v.isNull()) continue;
-            if (auto ch = firstNonAsciiInBlock(v.bytes(), recorded)) return TextNotHeld{table, st->columnInt(0), "Name", *ch};
+            if (auto ch = firstNonAsciiInBlock(v.bytes(), recorded))
+                return TextNotHeld{table, st->columnInt(0), "Name", *ch};
         }
     }
     return std::nullopt;

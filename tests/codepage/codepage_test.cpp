@@ -143,7 +143,8 @@ TEST(CodePageBetweenRuns, TextsKeptAsTheScalesBytesBeyondAsciiKeepTheRecordedPag
     block.push_back(0x0C);
     std::vector<uint8_t> record = {0, 0, 0, 3, 0, static_cast<uint8_t>(8 + block.size()), 0, 0};
     record.insert(record.end(), block.begin(), block.end());
-    c.add("KVR_38", {{"No", 3}, {"NameFirstLine", kMeat}, {"Name", store::Value(block)}, {"KVRBinData", store::Value(record)}});
+    c.add("KVR_38",
+          {{"No", 3}, {"NameFirstLine", kMeat}, {"Name", store::Value(block)}, {"KVRBinData", store::Value(record)}});
     c.end();
 
     c.locale = kDesktop;
@@ -188,6 +189,20 @@ TEST(CodePageBetweenRuns, FirstTextNotHeldLooksAtNamesPluTextsAndBlocks) {
     c.db().exec("DELETE FROM KVR_25");
     c.add("KVR_25", {{"PLU_No", 42}, {"PLU_Commodity", store::Value(ascii)}});
     EXPECT_EQ(store::firstTextNotHeld(c.db(), gbk, western), std::nullopt);
+    // Multi barcodes: the text after the flag byte, up to its zero; a buffer cut short is no text.
+    c.add("KVR_25", {{"PLU_No", 43}, {"PLU_MultiBar1", store::Value(std::vector<uint8_t>{1})}});
+    EXPECT_EQ(store::firstTextNotHeld(c.db(), gbk, western), std::nullopt);
+    std::vector<uint8_t> barcode(51, 0);
+    barcode[0] = 1;
+    barcode[1] = '2';
+    barcode[2] = 0xCF;
+    barcode[3] = 0xCA;
+    c.add("KVR_25", {{"PLU_No", 44}, {"PLU_MultiBar2", store::Value(barcode)}});
+    t = store::firstTextNotHeld(c.db(), gbk, western);
+    ASSERT_TRUE(t);
+    EXPECT_EQ(t->number, 44);
+    EXPECT_EQ(t->column, "PLU_MultiBar2");
+    EXPECT_EQ(t->character, "\xE9\xB2\x9C");
     c.end();
 }
 
