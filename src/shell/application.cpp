@@ -86,6 +86,10 @@ int Application::start() {
     }
     loading.hide();
     main_->show();
+    // What the start found worth telling, such as the code page the scales now get.
+    for (const auto& notice : state_.startNotices)
+        if (!terminationPending_)
+            Messages::show(QString::fromStdString(notice), MsgIcon::Information, MsgButtons::Ok, main_.get());
     started_ = true;
     if (terminationPending_) QTimer::singleShot(0, this, [this] { closeModalsThenEnd(); });
     return 0;

@@ -40,7 +40,12 @@ bool checkSourceFiles(const std::string& appDir);
 // Steps 1 to 11 of the start. A damaged input raises FatalError; the working database this start
 // made is removed again, so that no file is changed. A whole working database left by a run that
 // did not end is offered for recovery first: its work is written to the mirror by the normal end.
+// The mirror's records are read in the code page they were written in; when that is not the
+// system language's page, state.startNotices says which page the scales get from now on.
 StartResult runStartup(ProgramState& state, LifecycleView& view);
+
+// A language text with %1, %2, ... replaced by the values in turn.
+std::string fillIn(std::string text, const std::vector<std::string>& values);
 
 // The end of the run: the mirror is written, everything is closed, the database file deleted.
 // Returns what could not be packed as it stood (each such PLU kept its last record).

@@ -13,7 +13,7 @@ std::string ProgramState::sectionText(const std::string& section) const {
 }
 
 void ProgramState::prepareCodec() {
-    if (!codePage) codePage = std::make_unique<codec::CodePage>(codec::CodePage::forSystem());
+    if (!codePage) codePage = std::make_unique<codec::CodePage>(systemCodePageName());
     auto values = [&](const char* section) {
         std::vector<std::string> v;
         if (const LanguageTable* t = lang.find(section))
@@ -26,6 +26,11 @@ void ProgramState::prepareCodec() {
     barcodeLists.ITF_EDIT = values("ITF_EDIT");
     barcodeLists.BAR_LAST_BYTE = values("BAR_LAST_BYTE");
     barcodeLists.EAN128C = values("EAN128C");
+}
+
+std::string ProgramState::systemCodePageName() const {
+    const uint16_t language = systemLocale ? codec::languageIdFromLocale(*systemLocale) : codec::systemLanguageId();
+    return codec::iconvNameForCharset(codec::textCharsetForLanguage(language));
 }
 
 codec::CodecEnvironment ProgramState::codecEnvironment() const {

@@ -1,7 +1,9 @@
 #pragma once
 // The program-wide variables of one run.
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "codec/code_page.h"
 #include "codec/environment.h"
@@ -45,13 +47,23 @@ struct ProgramState {
     // forms that may not be cancelled let go.
     bool terminating = false;
 
-    // What the scale records need: the code page of the system's language and the barcode lists
-    // of the parameter table. Made once the tables are loaded, and again when the language
-    // changes (the lists are read from the language's block).
+    // What the scale records need: the code page of the run and the barcode lists of the
+    // parameter table. Made once the tables are loaded, and again when the language changes (the
+    // lists are read from the language's block). The page is the one the mirror records, or the
+    // system language's page for a mirror that records none; the start may switch it (lifecycle).
     std::unique_ptr<codec::CodePage> codePage;
     codec::BarcodeLists barcodeLists;
     void prepareCodec();
     codec::CodecEnvironment codecEnvironment() const;
+
+    // The system's locale ("zh_CN.UTF-8"); unset: the process's own (LC_ALL, LC_CTYPE, LANG).
+    // Tests set it to start as if under another language.
+    std::optional<std::string> systemLocale;
+    // The page the system's language gives the scales.
+    std::string systemCodePageName() const;
+
+    // What the start has to tell the operator once the main window stands (texts from msgbox).
+    std::vector<std::string> startNotices;
 
     std::string path(const std::string& relative) const;
     std::string databasePath() const;

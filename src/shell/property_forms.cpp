@@ -16,6 +16,7 @@
 #include <QVBoxLayout>
 
 #include "application.h"
+#include "code_page_input.h"
 #include "messages.h"
 #include "store/schema.h"
 
@@ -211,6 +212,12 @@ FrmProperties::FrmProperties(ProgramState& state, store::Hierarchy& hierarchy, P
     guardName(txtName_);
     grid->addWidget(label(this, "labName", text(sec, "labName")), row, 0);
     grid->addWidget(txtName_, row++, 1, 1, 2);
+    QLabel* labNameCodePage = nullptr;
+    if (k == Kind::Dept || k == Kind::MainGroup) {
+        // Department and main group names go into their scale records.
+        labNameCodePage = label(this, "labNameCodePage", {});
+        grid->addWidget(labNameCodePage, row++, 1, 1, 2);
+    }
 
     comboSectNo_ = combo(this, "ComboSectNo");
     auto* labSect = label(this, "labSectNo", text(sec, "labSectNo"));
@@ -278,6 +285,7 @@ FrmProperties::FrmProperties(ProgramState& state, store::Hierarchy& hierarchy, P
         default: break;
     }
     txtName_->setText(qs(name));
+    if (labNameCodePage) nameCheck_ = new CodePageInput(state_, txtName_, labNameCodePage);
     if (dept) {
         // fillSectionCombo: a first row for no section, then the store's sections.
         comboSectNo_->addItem("Not Used", 0);
@@ -404,6 +412,8 @@ void FrmProperties::cmdOK() {
             return;
         }
     }
+    // No character of the name may turn into '?' on its way to the scales.
+    if (nameCheck_ && !nameCheck_->confirm(this)) return;
     // 3. The controls into the editing record.
     auto& r = *s_.records;
     const std::string name = txtName_->text().toStdString();

@@ -17,6 +17,8 @@ class QPushButton;
 
 namespace brindale::shell {
 
+class CodePageInput;
+
 // What the tree hands to a property form, and what the form hands back.
 struct PropertySession {
     store::Kind kind = store::Kind::None;
@@ -73,6 +75,7 @@ private:
     int currentNumber() const;
 
     QLineEdit *txtCode_, *txtName_, *txtFlag1_, *txtFlag2_;
+    CodePageInput* nameCheck_ = nullptr;  // a name that goes into a scale record
     QComboBox *comboBarType_, *comboBarFormat_, *comboBarFlag_, *comboLabFormat_, *comboSectNo_;
 };
 

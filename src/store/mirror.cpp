@@ -14,6 +14,7 @@
 #include "codec/small_records.h"
 #include "store/codec_sources.h"
 #include "store/fatal_error.h"
+#include "store/mirror_code_page.h"
 #include "store/recordset.h"
 #include "store/row_mapper.h"
 
@@ -696,6 +697,8 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     fs::remove_all(staging, ec);
     fs::create_directories(staging, ec);
     if (ec) throw FatalError(staging, 0, "the folder cannot be made: " + ec.message());
+    // The page the records of this set are written in, so that the next start reads them in it.
+    writeMirrorCodePage(staging, codePageOf(options, "writeMirror").name());
 
     // An end that fails while the old mirror still stands leaves it the only one: the new set
     // beside it, half or whole, is removed (a new set without the old one is kept: the next start

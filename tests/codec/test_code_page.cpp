@@ -150,5 +150,31 @@ TEST(CodePage, UnknownNameFallsBackToWestern) {
   EXPECT_EQ(cp.name(), "CP1252");
 }
 
+TEST(CodePage, FirstCharacterNotHeldIsNamed) {
+  CodePage western("CP1252");
+  const std::string meat = "\xE9\xB2\x9C\xE8\x82\x89\xE7\x86\x9F\xE9\xA3\x9F";  // 鲜肉熟食
+  EXPECT_EQ(western.firstNotHeld("Fresh " + meat), std::optional<std::string>("\xE9\xB2\x9C"));
+  EXPECT_FALSE(western.holds(meat));
+  EXPECT_EQ(western.firstNotHeld("Caf\xC3\xA9 \xE2\x82\xAC"), std::nullopt);  // é and € are in the page
+  EXPECT_EQ(western.firstNotHeld("plain ? text"), std::nullopt);
+  CodePage gbk("GBK");
+  EXPECT_EQ(gbk.firstNotHeld(meat), std::nullopt);
+  EXPECT_EQ(gbk.firstNotHeld("Pr\xC3\xA6mie"), std::optional<std::string>("\xC3\xA6"));  // æ is not in GBK
+  CodePage cyrillic("CP1251");
+  EXPECT_EQ(cyrillic.firstNotHeld("\xD0\x9C\xD1\x8F\xD1\x81\xD0\xBE \xC3\xA9"), std::optional<std::string>("\xC3\xA9"));
+  // A byte that is no UTF-8 at all is never held.
+  EXPECT_EQ(western.firstNotHeld("a\xFF" "b"), std::optional<std::string>("\xFF"));
+}
+
+TEST(CodePage, ScalePageNamesAreTheOnesTheProgramChooses) {
+  EXPECT_EQ(scalePageName("GBK"), std::optional<std::string>("GBK"));
+  EXPECT_EQ(scalePageName("cp1252"), std::optional<std::string>("CP1252"));
+  EXPECT_EQ(scalePageName("Big5"), std::optional<std::string>("BIG5"));
+  EXPECT_EQ(scalePageName("CP874"), std::optional<std::string>("CP874"));
+  EXPECT_EQ(scalePageName("UTF-8"), std::nullopt);
+  EXPECT_EQ(scalePageName(""), std::nullopt);
+  EXPECT_EQ(scalePageName("GBK "), std::nullopt);
+}
+
 }  // namespace
 }  // namespace brindale::codec

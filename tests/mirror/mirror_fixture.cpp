@@ -7,6 +7,7 @@ namespace brindale::testing {
 void MirrorChain::start() {
     state = std::make_unique<shell::ProgramState>();
     state->appDir = app.dir();
+    state->systemLocale = locale;
     QuietView v;
     if (shell::runStartup(*state, v) != shell::StartResult::Ok) throw std::runtime_error("the start failed");
 }

@@ -2,6 +2,7 @@
 // A chain in a temporary application folder, started and ended through the program's own start
 // and end sequences, without windows.
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "shell/lifecycle.h"
@@ -21,6 +22,8 @@ public:
     MirrorChain() = default;
     TempApp app;
     std::unique_ptr<shell::ProgramState> state;
+    // The system's locale of the next start; unset: the process's own.
+    std::optional<std::string> locale;
 
     // Rebuild, link and read the mirror; throws what the start throws.
     void start();

@@ -2,6 +2,7 @@
 
 #include <iconv.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -55,6 +56,20 @@ const char* iconvNameForCharset(int charset) {
     case 238: return "CP1250";
     default: return "CP1252";
   }
+}
+
+std::optional<std::string> scalePageName(std::string_view name) {
+  static constexpr int kCharsets[] = {1, 128, 129, 134, 136, 161, 162, 163, 177, 178, 186, 204, 222, 238};
+  for (int charset : kCharsets) {
+    const char* page = iconvNameForCharset(charset);
+    const std::string_view p(page);
+    if (p.size() != name.size()) continue;
+    bool same = true;
+    for (std::size_t i = 0; i < p.size() && same; ++i)
+      same = std::toupper(static_cast<unsigned char>(p[i])) == std::toupper(static_cast<unsigned char>(name[i]));
+    if (same) return std::string(page);
+  }
+  return std::nullopt;
 }
 
 namespace {
@@ -296,6 +311,28 @@ std::size_t CodePage::encodeField(std::string_view utf8, uint8_t* field, std::si
   }
   if (width > n) std::memset(field + n, 0, width - n);
   return n;
+}
+
+std::optional<std::string> CodePage::firstNotHeld(std::string_view utf8) const {
+  const auto* p = reinterpret_cast<const uint8_t*>(utf8.data());
+  const std::size_t n = utf8.size();
+  std::vector<uint8_t> bytes;
+  std::string back;
+  for (std::size_t i = 0; i < n;) {
+    if (p[i] < 0x80) {
+      ++i;
+      continue;
+    }
+    const std::size_t len = utf8Length(p + i, n - i);
+    const std::string_view ch(utf8.data() + i, len);
+    // A lone byte that starts no valid sequence cannot be held by any page.
+    if (len == 1) return std::string(ch);
+    encode(ch, bytes);
+    decode(bytes.data(), bytes.size(), back);
+    if (back != ch) return std::string(ch);
+    i += len;
+  }
+  return std::nullopt;
 }
 
 void CodePage::decode(const uint8_t* bytes, std::size_t count, std::string& out) const {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,10 @@ int textCharsetForLanguage(uint16_t languageId);
 // iconv name of the Windows code page of a character set: 0 and 1 give "CP1252", 134 "GBK",
 // 136 "BIG5" and so on; an unknown character set gives "CP1252".
 const char* iconvNameForCharset(int charset);
+
+// The canonical name of one of the pages above ("GBK", "CP1252", ...), matched without regard to
+// case; nullopt for any other name. A page named in a file is checked against this list.
+std::optional<std::string> scalePageName(std::string_view name);
 
 // Windows language identifier of a POSIX locale name such as "zh_CN.UTF-8" or "en_US";
 // 1033 (English, United States) when the locale is empty, "C", "POSIX" or unknown.
@@ -53,6 +58,11 @@ class CodePage {
   // Writes the first `width` bytes of the converted text to field and fills the rest of the
   // field with 0. Returns the number of text bytes written.
   std::size_t encodeField(std::string_view utf8, uint8_t* field, std::size_t width) const;
+  // The first character of a UTF-8 text that this page cannot hold (one that would not come back
+  // the same after encoding and decoding), as UTF-8; nullopt when the page holds the whole text.
+  // A byte that is not valid UTF-8 is such a character.
+  std::optional<std::string> firstNotHeld(std::string_view utf8) const;
+  bool holds(std::string_view utf8) const { return !firstNotHeld(utf8); }
   // Code page bytes to UTF-8; replaces out's content. Zero bytes stay in the text.
   void decode(const uint8_t* bytes, std::size_t count, std::string& out) const;
   std::string decode(const uint8_t* bytes, std::size_t count) const {
