@@ -479,7 +479,7 @@ void ShellGuiTest::transferFromTheMainWindowReachesTheScaleOfTheSection() {
     QVERIFY(w->runTransfer(0, {"20"}, 1, 1));
     timer.stop();
     const auto& sum = w->KVRDataTrans1().lastSummary();
-    QVERIFY2(closed == 1, qPrintable(QString::fromStdString(std::to_string(int(sum.reason)) + " " + sum.detail + " / scales " + std::to_string(sum.scales.size()) +
+    QVERIFY2(closed == 1, qPrintable(QString::fromStdString(std::to_string(int(sum.reason)) + " " + brindale::transfer::LanguageTexts().text(sum.detail) + " / scales " + std::to_string(sum.scales.size()) +
                                                             " / " + (sum.scales.empty() ? std::string() : sum.scales[0].detail))));
     QCOMPARE(scale.recordCount("20"), size_t(2));
     QCOMPARE(w->KVRDataTrans1().lastSummary().scales.size(), size_t(1));
