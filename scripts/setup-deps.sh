@@ -10,6 +10,7 @@ PACKAGES=(
   libgtest-dev googletest libbenchmark-dev
   clang libclang-rt-14-dev
   xvfb xauth fonts-noto-cjk
+  qt6-translations-l10n
 )
 
 missing=()

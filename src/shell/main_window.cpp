@@ -8,19 +8,25 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QLineEdit>
+#include <QLocale>
+#include <QRegularExpression>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QTableWidget>
+#include <QTranslator>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
 #include "guard.h"
 #include "messages.h"
+#include "store/fatal_error.h"
 #include "transfer/ui/progress_dialog.h"
 #include "paths.h"
 
@@ -80,11 +86,8 @@ bool MainWindow::runTransfer(int mode, const std::vector<std::string>& identifie
         KVRDataTrans1_.setStoreNumber(store);
         KVRDataTrans1_.setSectionNumber(section);
     } catch (const transfer::TransferOverflow&) {
-        Messages::show(tr("The store number %1 or the section number %2 is above 255: the scales cannot be "
-                          "reached with it. Nothing was sent.")
-                           .arg(store)
-                           .arg(section),
-                       MsgIcon::Exclamation, MsgButtons::Ok, this);
+        Messages::show(qs(state_.text("msgbox", "storeOverflow")).arg(store).arg(section), MsgIcon::Exclamation,
+                       MsgButtons::Ok, this);
         return false;
     }
     KVRDataTrans1_.setTransferMode(mode);
@@ -119,8 +122,7 @@ void MainWindow::buildMenus() {
     addAction(file, "menuDelete");
     addAction(file, "menuDeletePlu");
     file->addSeparator();
-    QAction* exit = addAction(file, "menuExit");
-    connect(exit, &QAction::triggered, this, &MainWindow::menuExit);
+    addAction(file, "menuExit");
 
     QMenu* edit = addMenu(nullptr, "menuEdit");
     for (const char* n : {"menuEditLabelFormat", "menuEditReportFormat", "menuEditPresetKey", "menuEditFlexiBarcode",
@@ -134,9 +136,6 @@ void MainWindow::buildMenus() {
     auto* cn = addAction(language, "menuChinese");
     auto* other = addAction(language, "menuOthers");
     for (QAction* a : {en, cn, other}) a->setCheckable(true);
-    connect(en, &QAction::triggered, this, &MainWindow::menuEnglish);
-    connect(cn, &QAction::triggered, this, &MainWindow::menuChinese);
-    connect(other, &QAction::triggered, this, &MainWindow::menuOther);
     language->addSeparator();
     addAction(language, "menuLanguageTranslate");
 
@@ -163,13 +162,68 @@ void MainWindow::buildMenus() {
     addAction(pop, "popmenuDownloadDept");
     addAction(pop, "popmenuDownloadMG");
 
-    // Commands whose windows and flows are not part of this build yet stay visible but off.
-    static const char* const working[] = {"menuExit", "menuEnglish", "menuChinese", "menuOthers"};
-    for (auto& [name, a] : actions_) {
-        bool on = false;
-        for (const char* w : working) on = on || name == w;
-        a->setEnabled(on);
-    }
+    setHandler("menuExit", [this] { menuExit(); });
+    setHandler("menuEnglish", [this] { menuEnglish(); });
+    setHandler("menuChinese", [this] { menuChinese(); });
+    setHandler("menuOthers", [this] { menuOther(); });
+    // Commands whose windows and flows are not part of this build yet stay visible but off; the
+    // tree turns on those that have a handler when they apply.
+    for (auto& [name, a] : actions_) a->setEnabled(implemented(name));
+
+    // F10 opens the menu bar at its first menu, as on every desktop.
+    auto* f10 = new QShortcut(QKeySequence(Qt::Key_F10), this);
+    f10->setObjectName("shortcutMenuBar");
+    connect(f10, &QShortcut::activated, this, [this] {
+        if (QMenu* m = menu("menuFile")) {
+            menuBar()->setActiveAction(m->menuAction());
+        }
+    });
+}
+
+void MainWindow::setHandler(const QString& name, std::function<void()> handler) {
+    const bool first = !implemented(name);
+    handlers_[name] = std::move(handler);
+    if (!first) return;
+    // The connection calls whatever handler is installed at the time.
+    auto run = [this, name] {
+        auto it = handlers_.find(name);
+        if (it != handlers_.end() && it->second) it->second();
+    };
+    if (auto it = actions_.find(name); it != actions_.end()) connect(it->second, &QAction::triggered, this, run);
+    else if (auto b = buttons_.find(name); b != buttons_.end()) connect(b->second, &QPushButton::clicked, this, run);
+}
+
+void MainWindow::setCommandEnabled(const QString& name, bool on) {
+    on = on && implemented(name);
+    if (auto it = actions_.find(name); it != actions_.end()) it->second->setEnabled(on);
+    else if (auto b = buttons_.find(name); b != buttons_.end()) b->second->setEnabled(on);
+}
+
+QStringList MainWindow::commandNames() const {
+    QStringList names;
+    for (const auto& [name, a] : actions_) names << name;
+    for (const auto& [name, b] : buttons_) names << name;
+    return names;
+}
+
+QMenu* MainWindow::menu(const QString& name) const {
+    auto it = menus_.find(name);
+    return it != menus_.end() ? it->second : nullptr;
+}
+
+void MainWindow::applyMnemonics() {
+    // Siblings share one set of letters: the top menus, and the entries of each menu.
+    auto group = [](const QList<QAction*>& entries) {
+        QString used;
+        for (QAction* a : entries) {
+            if (a->isSeparator()) continue;
+            QString fallback = a->objectName();
+            fallback.remove(QRegularExpression("^(pop)?menu"));
+            a->setText(captionWithMnemonic(a->text(), used, fallback));
+        }
+    };
+    group(menuBar()->actions());
+    for (const auto& [name, m] : menus_) group(m->actions());
 }
 
 void MainWindow::buildBody() {
@@ -305,6 +359,7 @@ void MainWindow::setMainCaptions() {
     for (const char* k : kGridKeys) heads << qs(gridText.text(k));
     grid_->setHorizontalHeaderLabels(heads);
     setPLUCaptions();
+    applyMnemonics();
     action("menuEnglish")->setChecked(state_.settings.LanguageIndex == 0);
     action("menuChinese")->setChecked(state_.settings.LanguageIndex == 1);
     action("menuOthers")->setChecked(state_.settings.LanguageIndex == 2);
@@ -323,6 +378,7 @@ void MainWindow::centre() {
 }
 
 void MainWindow::loadEvent() {
+    useQtTranslations(state_.settings.LanguageIndex);
     state_.currentTab = 1;
     state_.selectedGridRow = 0;
     setHelpFile();
@@ -356,12 +412,15 @@ void MainWindow::menuLanguage(int index) {
         setMainCaptions();
         return;
     }
-    // The settings file first: when it cannot be written (a read-only folder, a full disk) the
-    // message names it and the language stays as it was.
     Settings next = state_.settings;
     next.LanguageIndex = index;
-    if (!runGuarded([&] { writeSettings(state_.path(kSettingsFile), next); })) {
+    try {
+        writeSettings(state_.path(kSettingsFile), next);
+    } catch (const FatalError& e) {
+        // The file is as it was: the language stays too, and the operator learns why.
         setMainCaptions();
+        Messages::show(qs(state_.text("msgbox", "settingsNotSaved")).arg(qs(e.what())), MsgIcon::Exclamation,
+                       MsgButtons::Ok, this);
         return;
     }
     action("menuEnglish")->setChecked(index == 0);
@@ -378,6 +437,7 @@ void MainWindow::changeLanguage(int index) {
     state_.settings.LanguageIndex = index;
     state_.lang.loadAll(state_.appDir, state_.settings.LanguageName());
     state_.prepareCodec();  // the barcode lists come from the new language's block
+    useQtTranslations(index);
     setMainCaptions();
 }
 
@@ -398,6 +458,69 @@ void MainWindow::closeEvent(QCloseEvent* e) {
         return;
     }
     e->accept();
+}
+
+bool useQtTranslations(int languageIndex) {
+    static QTranslator* current = nullptr;
+    if (current) {
+        QCoreApplication::removeTranslator(current);
+        delete current;
+        current = nullptr;
+    }
+    // Standard and Other are English as far as Qt's own buttons go.
+    if (languageIndex != 1 || !QCoreApplication::instance()) return false;
+    auto* t = new QTranslator;
+    if (!t->load(QLocale(QLocale::Chinese, QLocale::China), "qtbase", "_",
+                 QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        delete t;
+        return false;
+    }
+    QCoreApplication::installTranslator(t);
+    current = t;
+    return true;
+}
+
+QString captionWithMnemonic(const QString& caption, QString& used, const QString& fallback) {
+    auto usable = [&used](QChar c) {
+        return c.unicode() < 128 && c.isLetterOrNumber() && !used.contains(c.toUpper());
+    };
+    // Word beginnings first, then any letter of the caption.
+    int at = -1;
+    for (int i = 0; i < caption.size() && at < 0; ++i)
+        if ((i == 0 || !caption[i - 1].isLetterOrNumber()) && usable(caption[i])) at = i;
+    for (int i = 0; i < caption.size() && at < 0; ++i)
+        if (usable(caption[i])) at = i;
+    QString out;
+    for (int i = 0; i < caption.size(); ++i) {
+        if (i == at) out += '&';
+        out += caption[i];
+        if (caption[i] == '&') out += '&';
+    }
+    if (at >= 0) {
+        used += caption[at].toUpper();
+        return out;
+    }
+    // A caption without a free Latin letter (Chinese) takes one in brackets after it, as such
+    // programs do: from the control's name, else the first free letter.
+    const QString pool = fallback + "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    for (QChar c : pool)
+        if (usable(c)) {
+            used += c.toUpper();
+            return out + "(&" + c.toUpper() + ")";
+        }
+    return out;
+}
+
+std::string plainCaption(const std::string& caption) {
+    std::string out;
+    for (size_t i = 0; i < caption.size(); ++i) {
+        if (caption[i] == '&') {
+            if (i + 1 < caption.size() && caption[i + 1] == '&') out += '&', ++i;
+            continue;
+        }
+        out += caption[i];
+    }
+    return out;
 }
 
 }  // namespace brindale::shell

@@ -48,6 +48,17 @@ public:
 
     QAction* action(const QString& name) const;
     QPushButton* button(const QString& name) const;
+
+    // The one place that knows which commands do something: a command (menu entry or button) is
+    // implemented once its handler is installed here, and only an implemented command can be on.
+    void setHandler(const QString& name, std::function<void()> handler);
+    bool implemented(const QString& name) const { return handlers_.count(name) != 0; }
+    // Turns the command on (if it is implemented) or off.
+    void setCommandEnabled(const QString& name, bool on);
+    // Every menu entry and button by its control name.
+    QStringList commandNames() const;
+    // The menus by control name, the context menu "popmenu" among them.
+    QMenu* menu(const QString& name) const;
     QTreeWidget* tree() const { return tree_; }
     QTableWidget* pluGrid() const { return grid_; }
     QTabWidget* pluTabs() const { return tabs_; }
@@ -66,6 +77,7 @@ protected:
 
 private:
     void buildMenus();
+    void applyMnemonics();
     void buildBody();
     void menuLanguage(int index);
     void setHelpFile();
@@ -77,6 +89,7 @@ private:
     std::map<QString, QAction*> actions_;
     std::map<QString, QMenu*> menus_;
     std::map<QString, QPushButton*> buttons_;
+    std::map<QString, std::function<void()>> handlers_;
     QTreeWidget* tree_ = nullptr;
     QTableWidget* grid_ = nullptr;
     QTabWidget* tabs_ = nullptr;
@@ -85,5 +98,16 @@ private:
     transfer::KVRDataTrans KVRDataTrans1_;
     bool ending_ = false;
 };
+
+// Qt's own texts (the standard buttons Yes, No, Cancel, ...) in the language of the settings:
+// Chinese for index 1, Qt's built-in English otherwise. True when a translation is in use.
+bool useQtTranslations(int languageIndex);
+
+// A caption as shown on a menu: "&" doubled, so that none of the text's own is taken as a
+// mnemonic, and the mnemonic mark before the first character of `used`'s choice.
+// The chosen letter is added to `used` (upper case).
+QString captionWithMnemonic(const QString& caption, QString& used, const QString& fallback);
+// A caption as a name: the mnemonic marks taken out ("&&" stays one "&").
+std::string plainCaption(const std::string& caption);
 
 }  // namespace brindale::shell

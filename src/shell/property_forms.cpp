@@ -4,8 +4,11 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QEvent>
+#include <QFocusEvent>
+#include <QKeySequence>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -56,6 +59,176 @@ protected:
 
 private:
     QString extra_;
+};
+
+// The four boxes of a machine's address, typed as every address field is: digits fill the group,
+// a dot moves to the next group, a group above 255 is refused, backspace and the arrows cross
+// the groups, and a whole address pasted into a box fills the boxes from there on.
+class AddressBoxes : public QObject {
+public:
+    AddressBoxes(QLineEdit* const (&boxes)[4], QObject* parent) : QObject(parent) {
+        for (int i = 0; i < 4; ++i) {
+            box_[i] = boxes[i];
+            box_[i]->setMaxLength(15);  // room for a pasted address; a group keeps to 3 digits
+            box_[i]->installEventFilter(this);
+            connect(box_[i], &QLineEdit::textEdited, this, [this, i](const QString& t) { edited(i, t); });
+        }
+    }
+    // The boxes' texts as they stand are the ones to go back to when an edit is refused.
+    void remember() {
+        for (int i = 0; i < 4; ++i) good_[i] = box_[i]->text();
+    }
+
+protected:
+    bool eventFilter(QObject* o, QEvent* e) override {
+        const int i = indexOf(o);
+        if (i < 0) return false;
+        if (e->type() == QEvent::FocusIn) {
+            // Entered by the operator (Tab, mouse): the group is selected, so typing replaces it.
+            // Entered by moving across groups: the cursor stays where the move put it.
+            const auto r = static_cast<QFocusEvent*>(e)->reason();
+            if (r == Qt::TabFocusReason || r == Qt::BacktabFocusReason || r == Qt::MouseFocusReason ||
+                r == Qt::ShortcutFocusReason)
+                QTimer::singleShot(0, box_[i], [b = box_[i]] { b->selectAll(); });
+            return false;
+        }
+        if (e->type() != QEvent::KeyPress) return false;
+        auto* k = static_cast<QKeyEvent*>(e);
+        const bool advanced = justAdvanced_;
+        justAdvanced_ = false;
+        QLineEdit* b = box_[i];
+        if (k->matches(QKeySequence::Paste)) return pasteInto(i, QGuiApplication::clipboard()->text());
+        if (k->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) return false;
+        switch (k->key()) {
+            case Qt::Key_Backspace:
+                if (i > 0 && !b->hasSelectedText() && b->cursorPosition() == 0) {
+                    QLineEdit* prev = box_[i - 1];
+                    moveTo(i - 1, prev->text().size());
+                    if (!prev->text().isEmpty()) {
+                        prev->setText(prev->text().chopped(1));
+                        good_[i - 1] = prev->text();
+                    }
+                    return true;
+                }
+                return false;
+            case Qt::Key_Left:
+                if (i > 0 && !b->hasSelectedText() && b->cursorPosition() == 0) {
+                    moveTo(i - 1, box_[i - 1]->text().size());
+                    return true;
+                }
+                return false;
+            case Qt::Key_Right:
+                if (i < 3 && !b->hasSelectedText() && b->cursorPosition() == b->text().size()) {
+                    moveTo(i + 1, 0);
+                    return true;
+                }
+                return false;
+            default: break;
+        }
+        const QString t = k->text();
+        if (t.isEmpty() || t[0].unicode() < 32 || t[0].unicode() == 127) return false;  // Tab, Enter, Escape, ...
+        if (t == "." || t == ",") {
+            // Right after three digits moved on, the dot the operator types is that same move.
+            if (!advanced && i < 3 && !b->text().isEmpty()) advance(i, false);
+            return true;
+        }
+        if (t.size() == 1 && t[0] >= '0' && t[0] <= '9') typeDigit(i, t[0]);
+        else QApplication::beep();
+        return true;
+    }
+
+private:
+    int indexOf(QObject* o) const {
+        for (int i = 0; i < 4; ++i)
+            if (box_[i] == o) return i;
+        return -1;
+    }
+    static bool validGroup(const QString& g) {
+        if (g.size() > 3) return false;
+        for (QChar c : g)
+            if (c < '0' || c > '9') return false;
+        return g.isEmpty() || g.toInt() <= 255;
+    }
+    void moveTo(int i, int cursor) {
+        box_[i]->setFocus(Qt::OtherFocusReason);
+        box_[i]->deselect();
+        box_[i]->setCursorPosition(cursor);
+    }
+    // To the next group, its text selected so that typing replaces it.
+    void advance(int i, bool byDigits) {
+        box_[i + 1]->setFocus(Qt::OtherFocusReason);
+        box_[i + 1]->selectAll();
+        justAdvanced_ = byDigits;
+    }
+    void typeDigit(int i, QChar digit) {
+        QLineEdit* b = box_[i];
+        QString t = b->text();
+        int pos = b->cursorPosition();
+        if (b->hasSelectedText()) {
+            pos = b->selectionStart();
+            t.remove(pos, b->selectedText().size());
+        } else if (t.size() >= 3 && pos == t.size() && i < 3) {
+            // A full group: the digit begins the next one.
+            advance(i, false);
+            typeDigit(i + 1, digit);
+            return;
+        }
+        t.insert(pos, digit);
+        if (!validGroup(t)) {
+            QApplication::beep();
+            return;
+        }
+        b->setText(t);
+        b->setCursorPosition(pos + 1);
+        good_[i] = t;
+        if (t.size() == 3 && pos + 1 == 3 && i < 3) advance(i, true);
+    }
+    // A whole address, or a part of one from box i on; false when it is no address at all, so
+    // that the box takes it as an ordinary paste (and refuses what is not digits).
+    bool pasteInto(int i, const QString& text) {
+        const QString t = text.trimmed();
+        if (!t.contains('.')) {
+            for (QChar c : t)
+                if (c < '0' || c > '9') return true;  // nothing but digits comes in
+            return false;
+        }
+        const QStringList groups = t.split('.');
+        if (i + groups.size() > 4) {
+            QApplication::beep();
+            return true;
+        }
+        for (const QString& g : groups)
+            if (!validGroup(g)) {
+                QApplication::beep();
+                return true;
+            }
+        for (int n = 0; n < groups.size(); ++n) {
+            box_[i + n]->setText(groups[n]);
+            good_[i + n] = groups[n];
+        }
+        const int last = i + static_cast<int>(groups.size()) - 1;
+        moveTo(last, box_[last]->text().size());
+        return true;
+    }
+    // What reached a box some other way (the context menu's paste, undo): kept when it is a group
+    // or an address, otherwise the box goes back to what it held.
+    void edited(int i, const QString& t) {
+        if (validGroup(t)) {
+            good_[i] = t;
+            return;
+        }
+        if (t.contains('.')) {
+            const QString before = good_[i];
+            box_[i]->setText(before);
+            if (pasteInto(i, t)) return;
+        }
+        box_[i]->setText(good_[i]);
+        QApplication::beep();
+    }
+
+    QLineEdit* box_[4] = {};
+    QString good_[4];
+    bool justAdvanced_ = false;
 };
 
 QLineEdit* numberBox(QWidget* parent, const char* name, int maxLength, const QString& extra = {}) {
@@ -288,7 +461,7 @@ FrmProperties::FrmProperties(ProgramState& state, store::Hierarchy& hierarchy, P
     if (labNameCodePage) nameCheck_ = new CodePageInput(state_, txtName_, labNameCodePage);
     if (dept) {
         // fillSectionCombo: a first row for no section, then the store's sections.
-        comboSectNo_->addItem("Not Used", 0);
+        comboSectNo_->addItem(text("frm_Properties", "NotUsed"), 0);
         for (const auto& [no, sectName] : h_.sectionsOf(s_.selection.store)) comboSectNo_->addItem(qs(sectName), no);
         int at = comboSectNo_->findData(r.dept.SECT_No);
         comboSectNo_->setCurrentIndex(at >= 0 ? at : 0);
@@ -493,7 +666,7 @@ FrmScProperties::FrmScProperties(ProgramState& state, store::Hierarchy& hierarch
 
     auto* ipRow = new QHBoxLayout;
     for (int i = 0; i < 4; ++i) {
-        ip_[i] = numberBox(this, "", 3);
+        ip_[i] = new QLineEdit(this);
         ip_[i]->setObjectName(QString("txtScaleIP_%1").arg(i));
         ip_[i]->setAlignment(Qt::AlignRight);
         ip_[i]->setMaximumWidth(48);
@@ -501,13 +674,7 @@ FrmScProperties::FrmScProperties(ProgramState& state, store::Hierarchy& hierarch
         if (i < 3) ipRow->addWidget(new QLabel(".", this));
     }
     ipRow->addStretch();
-    // Three digits move on to the next box, except in the last.
-    for (int i = 0; i < 3; ++i) {
-        QLineEdit* next = ip_[i + 1];
-        connect(ip_[i], &QLineEdit::textEdited, this, [next](const QString& t) {
-            if (t.size() >= 3) next->setFocus();
-        });
-    }
+    auto* address = new AddressBoxes(ip_, this);
     grid->addWidget(label(this, "labScaleIP", text(sec, "labScaleIP")), row, 0);
     grid->addLayout(ipRow, row++, 1);
 
@@ -543,22 +710,22 @@ FrmScProperties::FrmScProperties(ProgramState& state, store::Hierarchy& hierarch
     const auto& m = s_.records->machine;
     auto groups = store::splitAddress(m.SC_IP);
     for (int i = 0; i < 4; ++i) ip_[i]->setText(qs(groups[static_cast<size_t>(i)]));
+    address->remember();
     txtScaleNo_->setText(qs(m.SC_No));
     txtScaleDest_->setText(qs(m.SC_Dest));
     setIndex(comboModel_, m.SC_MODEL_ID);
     setIndex(comboLayout_, m.SC_PSK_Layout);
     chkUsed_->setChecked(m.SC_Used != 0);
     ip_[0]->setFocus();
+    ip_[0]->selectAll();
     setMinimumWidth(400);
 }
 
 void FrmScProperties::cmdOK() {
-    // 1. The boxes joined in the padded form; an empty box counts as 0, a group above 255 as 255.
+    // 1. The boxes joined in the padded form; an empty box counts as 0, leading zeros go
+    // ("007" is 7), a group above 255 counts as 255.
     std::vector<std::string> groups;
-    for (auto* box : ip_) {
-        int v = toInt(box->text());
-        groups.push_back(box->text().isEmpty() ? "0" : v > 255 ? "255" : box->text().toStdString());
-    }
+    for (auto* box : ip_) groups.push_back(std::to_string(std::min(255, toInt(box->text()))));
     const std::string address = store::padAddress(groups);
     auto& sel = s_.selection;
     // 2-3. The address must be set and unique in the whole table.

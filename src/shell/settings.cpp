@@ -1,6 +1,13 @@
 #include "settings.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <charconv>
+#include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <vector>
 
@@ -22,6 +29,70 @@ std::string Settings::LanguageName() const { return languageNameFor(LanguageInde
 std::string printNumber(long long v) {
     return (v < 0 ? "" : " ") + std::to_string(v) + " ";
 }
+
+namespace {
+
+SettingsWriteCalls& calls() {
+    static SettingsWriteCalls c;
+    return c;
+}
+long callWrite(int fd, const void* data, unsigned long size) {
+    return calls().write ? calls().write(fd, data, size) : ::write(fd, data, size);
+}
+int callFsync(int fd) { return calls().fsync ? calls().fsync(fd) : ::fsync(fd); }
+
+// Writes `text` beside `path`, flushes it and renames it over `path`: the file is either the
+// old one or the new one, never a part.
+void writeFileSafely(const std::string& path, const std::string& text) {
+    const std::string temp = path + ".new";
+    int mode = 0644;
+    struct stat st {};
+    if (::stat(path.c_str(), &st) == 0) mode = static_cast<int>(st.st_mode & 07777);
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+    if (fd < 0)
+        throw FatalError(path, 0, std::string("the settings file cannot be written: ") + std::strerror(errno));
+    auto fail = [&](int err, const char* step) {
+        ::close(fd);
+        ::unlink(temp.c_str());
+        throw FatalError(path, 0, std::string("the settings file cannot be written (") + step + "): " +
+                                      std::strerror(err) + "; it is left as it was");
+    };
+    size_t off = 0;
+    while (off < text.size()) {
+        const long w = callWrite(fd, text.data() + off, text.size() - off);
+        if (w < 0) {
+            if (errno == EINTR) continue;
+            fail(errno, "write");
+        }
+        if (w == 0) fail(ENOSPC, "write");
+        off += static_cast<size_t>(w);
+    }
+    if (callFsync(fd) != 0) fail(errno, "flush");
+    if (::close(fd) != 0) {
+        const int err = errno;
+        ::unlink(temp.c_str());
+        throw FatalError(path, 0, std::string("the settings file cannot be written (close): ") + std::strerror(err) +
+                                      "; it is left as it was");
+    }
+    if (::rename(temp.c_str(), path.c_str()) != 0) {
+        const int err = errno;
+        ::unlink(temp.c_str());
+        throw FatalError(path, 0, std::string("the settings file cannot be replaced: ") + std::strerror(err) +
+                                      "; it is left as it was");
+    }
+    // The rename itself reaches the disk with the folder.
+    const size_t slash = path.find_last_of('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    const int dfd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dfd >= 0) {
+        callFsync(dfd);
+        ::close(dfd);
+    }
+}
+
+}  // namespace
+
+void setSettingsWriteCalls(const SettingsWriteCalls& c) { calls() = c; }
 
 Settings readSettings(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -49,20 +120,28 @@ Settings readSettings(const std::string& path) {
                              std::string("\"") + t + "\" is not a number (" + what + ")");
         return v;
     };
+    // Each value is an index into a fixed list; one outside it would choose nothing later.
+    auto ranged = [&](const char* what, int low, int high, const char* meaning) {
+        const int v = number(what);
+        if (v < low || v > high)
+            throw FatalError(path, static_cast<long>(next),
+                             std::to_string(v) + " is not allowed for " + what + ": allowed are " +
+                                 std::to_string(low) + " to " + std::to_string(high) + " (" + meaning + ")");
+        return v;
+    };
     Settings s;
-    s.LanguageIndex = number("the language");
-    s.PriceDecimals = number("the price decimals");
-    s.DecimalSignIndex = number("the decimal sign");
-    s.WeightDecimals = number("the weight decimals");
-    s.ScaleTypeIndex = number("the scale type");
-    s.DateTypeIndex = number("the date type");
-    s.PriceUnitIndex = number("the price unit");
+    s.LanguageIndex = ranged("the language", 0, 2, "0 Standard, 1 Chinese, 2 Other");
+    s.PriceDecimals = ranged("the price decimals", 0, 3, "decimal places");
+    s.DecimalSignIndex = ranged("the decimal sign", 0, 1, "0 point, 1 comma");
+    s.WeightDecimals = ranged("the weight decimals", 0, 3, "decimal places");
+    s.ScaleTypeIndex = ranged("the scale type", 0, 1, "0 Alder, 1 Birch");
+    s.DateTypeIndex = ranged("the date type", 0, 5, "the six date layouts");
+    s.PriceUnitIndex = ranged("the price unit", 0, 2, "0 RMB, 1 $, 2 a unit of its own on the next line");
     if (s.PriceUnitIndex == 0) s.PriceUnitText = "RMB";
     else if (s.PriceUnitIndex == 1) s.PriceUnitText = "$";
     else if (s.PriceUnitIndex == 2) s.PriceUnitText = lineText("the price unit text");
-    else s.PriceUnitText.clear();
-    s.CountryIndex = number("the country");
-    s.StoreMode = number("the store mode");
+    s.CountryIndex = ranged("the country", 0, kCountryRows - 1, "the rows of the country table");
+    s.StoreMode = ranged("the store mode", 0, 1, "0 single store, 1 multi store");
     s.StoreNameLine = lineText("the store name");
     s.StoreNameSetting = s.StoreMode == 1 ? s.StoreNameLine : std::string();
     return s;
@@ -82,11 +161,7 @@ void writeSettings(const std::string& path, const Settings& s) {
     num(s.CountryIndex);
     num(s.StoreMode);
     out += (s.StoreMode == 1 ? s.StoreNameSetting : s.StoreNameLine) + "\r\n";
-    std::ofstream f(path, std::ios::binary | std::ios::trunc);
-    if (!f) throw FatalError(path, 0, "the settings file cannot be written");
-    f << out;
-    f.flush();
-    if (!f) throw FatalError(path, 0, "the settings file could not be written completely");
+    writeFileSafely(path, out);
 }
 
 }  // namespace brindale::shell

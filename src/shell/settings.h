@@ -25,13 +25,28 @@ struct Settings {
 
 std::string languageNameFor(int index);
 
-// Reads the file; a line that is not a number where one is expected, or a missing line, is a
-// FatalError naming the file and the line.
+// Rows of the country table (SYS_C0 .. SYS_C37 of ParameterPLU1.ini): CountryIndex is one of them.
+inline constexpr int kCountryRows = 38;
+
+// Reads the file; a line that is not a number where one is expected, a number outside its
+// allowed values, or a missing line, is a FatalError naming the file and the line (and the
+// allowed values).
 Settings readSettings(const std::string& path);
 
 // Writes the file in the print form: a number with a blank before and after, text as it is,
 // CR LF line ends. Line 8 only when PriceUnitIndex is 2.
+// The new text is written beside the file, flushed to the disk and renamed over it, so that a
+// full disk or a crash leaves the old file whole. A failure is a FatalError naming the file and
+// the reason; the old file is untouched and no temporary file is left.
 void writeSettings(const std::string& path, const Settings& s);
+
+// The system calls of that write, replaceable so that a test can make the disk fill up or the
+// flush fail. Null members mean the real calls.
+struct SettingsWriteCalls {
+    long (*write)(int fd, const void* data, unsigned long size) = nullptr;
+    int (*fsync)(int fd) = nullptr;
+};
+void setSettingsWriteCalls(const SettingsWriteCalls& calls);
 
 // The print statement's form of a number: " 5 ", "-5 ".
 std::string printNumber(long long v);

@@ -115,9 +115,8 @@ TreeController::TreeController(MainWindow& window) : QObject(&window), w_(window
     tree->installEventFilter(this);
     w_.installEventFilter(this);
 
-    auto on = [this](const char* name, std::function<void()> f) {
-        if (QAction* a = w_.action(name)) connect(a, &QAction::triggered, this, [f] { guarded(f); });
-    };
+    // The window knows these commands as implemented from here on; the node click turns them on.
+    auto on = [this](const char* name, std::function<void()> f) { w_.setHandler(name, [f] { guarded(f); }); };
     const std::pair<const char*, const char*> twins[] = {
         {"menuStore", "popmenuNewStore"}, {"menuSection", "popmenuNewSection"}, {"menuMachine", "popmenuNewMachine"},
         {"menuDept", "popmenuNewDept"},   {"menuMg", "popmenuNewMg"},           {"menuSearch", "popmenuNewSearch"}};
@@ -132,8 +131,8 @@ TreeController::TreeController(MainWindow& window) : QObject(&window), w_(window
     on("popmenuProperties", [this] { menuProperties(); });
     on("menuDelete", [this] { menuDelete(); });
     on("popmenuDelete", [this] { menuDelete(); });
-    if (QPushButton* b = w_.button("cmdStore")) connect(b, &QPushButton::clicked, this, [this] { guarded([this] { cmdStore(); }); });
-    if (QPushButton* b = w_.button("cmdData")) connect(b, &QPushButton::clicked, this, [this] { guarded([this] { cmdData(); }); });
+    on("cmdStore", [this] { cmdStore(); });
+    on("cmdData", [this] { cmdData(); });
 }
 
 TreeController* TreeController::of(const MainWindow& window) { return window.findChild<TreeController*>("treeController"); }
@@ -148,7 +147,10 @@ std::string TreeController::rootKey() const {
     return state_.settings.StoreMode == 1 ? store::rootKey(state_.settings.StoreNameSetting) : std::string();
 }
 
-std::string TreeController::menuCaption(const char* name) const { return state_.text("frmMain_Menu", name); }
+// The caption names new nodes, so a mnemonic mark that the text may carry is left out.
+std::string TreeController::menuCaption(const char* name) const {
+    return plainCaption(state_.text("frmMain_Menu", name));
+}
 
 std::string TreeController::keyOf(const QTreeWidgetItem* item) {
     return item ? item->data(0, Qt::UserRole).toString().toStdString() : std::string();
@@ -187,10 +189,11 @@ void TreeController::addNodes(const std::vector<store::TreeNode>& nodes) {
 
 void TreeController::reportProblems(const std::vector<std::string>& problems) {
     if (problems.empty()) return;
-    std::string text = "These rows have no parent on the tree and are not shown:\n";
-    for (size_t i = 0; i < problems.size() && i < 12; ++i) text += problems[i] + "\n";
-    if (problems.size() > 12) text += "... " + std::to_string(problems.size() - 12) + " more\n";
-    Messages::show(qs(text), MsgIcon::Exclamation, MsgButtons::Ok, &w_);
+    QString text = qs(state_.text("msgbox", "treeOrphans")) + "\n";
+    for (size_t i = 0; i < problems.size() && i < 12; ++i) text += qs(problems[i]) + "\n";
+    if (problems.size() > 12)
+        text += qs(state_.text("msgbox", "treeOrphansMore")).arg(static_cast<qulonglong>(problems.size() - 12)) + "\n";
+    Messages::show(text, MsgIcon::Exclamation, MsgButtons::Ok, &w_);
 }
 
 void TreeController::buildStoreView() {
@@ -233,10 +236,8 @@ void TreeController::applyStates(const std::string& key, bool hasChildren) {
     in.storeMode = state_.settings.StoreMode;
     in.scaleTypeIndex = state_.settings.ScaleTypeIndex;
     in.root = rootKey();
-    for (const auto& [name, on] : store::commandStates(in)) {
-        if (QAction* a = w_.action(qs(name))) a->setEnabled(on);
-        else if (QPushButton* b = w_.button(qs(name))) b->setEnabled(on);
-    }
+    // A command the window has no handler for stays off whatever the node.
+    for (const auto& [name, on] : store::commandStates(in)) w_.setCommandEnabled(qs(name), on);
 }
 
 void TreeController::readSelection(const std::string& key) {
@@ -294,7 +295,7 @@ void TreeController::loadEvent() {
         state_.viewNumber = 1;
         buildStoreView();
         w_.tree()->expandAll();
-        if (QPushButton* b = w_.button("cmdStore")) b->setEnabled(true);
+        w_.setCommandEnabled("cmdStore", true);
         if (w_.tree()->topLevelItemCount() == 0) {
             // First run on empty data: store 1 is made at once, through its form.
             quiet_ = true;
@@ -511,7 +512,7 @@ void TreeController::menuProperties() {
     }
     store::Hierarchy h = hierarchy();
     if (!h.readObject(p.kind, sel, records_)) {
-        Messages::show(qs("The row of " + key + " is not in the table " + store::tableOf(p.kind) + "."),
+        Messages::show(qs(state_.text("msgbox", "rowMissing")).arg(qs(key), qs(store::tableOf(p.kind))),
                        MsgIcon::Exclamation, MsgButtons::Ok, &w_);
         return;
     }

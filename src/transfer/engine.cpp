@@ -111,7 +111,7 @@ TransferSummary TransferEngine::run(TransferObserver* observer) {
         // Out of memory or threads: say so rather than end the program.
         TransferSummary summary;
         summary.reason = FailReason::Database;
-        summary.detail = std::string("transfer stopped: ") + e.what();
+        summary.detail = {"DetailStopped", {e.what()}};
         summary.scales = outcomes_;
         if (observer_) observer_->finished(summary);
         return summary;
@@ -121,7 +121,7 @@ TransferSummary TransferEngine::run(TransferObserver* observer) {
 TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
     observer_ = observer;
     TransferSummary summary;
-    auto giveUp = [&](FailReason r, std::string detail) {
+    auto giveUp = [&](FailReason r, Note detail) {
         summary.reason = r;
         summary.detail = std::move(detail);
         if (observer_) {
@@ -132,47 +132,48 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
     };
 
     if (request_.mode < 0 || request_.mode > 2)
-        return giveUp(FailReason::Rejected, "transfer mode " + std::to_string(request_.mode) + " is not known");
+        return giveUp(FailReason::Rejected, {"DetailMode", {std::to_string(request_.mode)}});
     if (request_.store < 0 || request_.store > 255 || request_.section < 0 || request_.section > 255)
-        return giveUp(FailReason::NoScale, "store or section number out of range");
+        return giveUp(FailReason::NoScale, {"DetailRange", {}});
 
     WorkingDb db;
     std::string error;
     const std::string path = resolveDatabasePath(request_.databasePath);
-    if (!db.open(path, options_.busyTimeoutMs, error)) return giveUp(FailReason::Database, error);
+    if (!db.open(path, options_.busyTimeoutMs, error)) return giveUp(FailReason::Database, Note::raw(error));
 
     std::vector<ScaleRow> rows;
-    if (!db.readScales(request_.store, request_.section, rows, error)) return giveUp(FailReason::Database, error);
+    if (!db.readScales(request_.store, request_.section, rows, error))
+        return giveUp(FailReason::Database, Note::raw(error));
     if (rows.empty())
-        return giveUp(FailReason::NoScale, "store " + std::to_string(request_.store) + ", section " +
-                                               std::to_string(request_.section) + ": no scale in use");
+        return giveUp(FailReason::NoScale,
+                      {"DetailNoScale", {std::to_string(request_.store), std::to_string(request_.section)}});
 
     auto plan = std::make_unique<Plan>();
     plan->mode = static_cast<TransferMode>(request_.mode);
     for (const auto& given : request_.tables) {
         std::string code;
         if (!normaliseFileCode(given, code)) {
-            summary.notes.push_back("\"" + given + "\" is not a table identifier; skipped");
+            summary.notes.push_back({"NoteNotIdentifier", {given}});
             continue;
         }
         if (plan->mode == TransferMode::Upload) {
             if (!isIncomingFile(code)) {
-                summary.notes.push_back("file " + code + " is not fetched from the scales; skipped");
+                summary.notes.push_back({"NoteNotFetched", {code}});
                 continue;
             }
             if (!db.tableExists("RC_" + code)) {
-                summary.notes.push_back("table RC_" + code + " does not exist; file " + code + " not fetched");
+                summary.notes.push_back({"NoteNoTable", {code}});
                 continue;
             }
             plan->fetch.push_back(code);
             continue;
         }
         if (!isOutgoingFile(code)) {
-            summary.notes.push_back("file " + code + " is not sent to the scales; skipped");
+            summary.notes.push_back({"NoteNotSent", {code}});
             continue;
         }
         std::vector<SelectedRow> selected;
-        if (!db.readSelected(code, selected, error)) return giveUp(FailReason::Database, error);
+        if (!db.readSelected(code, selected, error)) return giveUp(FailReason::Database, Note::raw(error));
         Plan::File file;
         file.code = code;
         const std::string table = "KVR_" + code;
@@ -191,12 +192,12 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
             };
             for (const auto& r : selected) {
                 if (r.isNull || r.bytes.empty()) {
-                    summary.notes.push_back(table + " row " + std::to_string(r.rowid) + ": no record; not sent");
+                    summary.notes.push_back({"NoteNoRecord", {table, std::to_string(r.rowid)}});
                     continue;
                 }
                 const std::string why = checkRecord(code, r.bytes.data(), r.bytes.size());
                 if (!why.empty()) {
-                    summary.notes.push_back(table + " row " + std::to_string(r.rowid) + ": " + why + "; not sent");
+                    summary.notes.push_back({"NoteBadRecord", {table, std::to_string(r.rowid), why}});
                     continue;
                 }
                 if (!builder.add(r.bytes.data(), uint32_t(r.bytes.size()))) {
@@ -210,8 +211,7 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
             std::vector<uint32_t> numbers;
             for (const auto& r : selected) {
                 if (r.bytes.size() < 4) {
-                    summary.notes.push_back(table + " row " + std::to_string(r.rowid) +
-                                            ": no record number; not deleted");
+                    summary.notes.push_back({"NoteNoNumber", {table, std::to_string(r.rowid)}});
                     continue;
                 }
                 numbers.push_back(recordNumber(r.bytes.data()));
@@ -226,7 +226,7 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
                     file.batches.push_back(std::move(b));
                     file.records = 1;
                 } else {
-                    summary.notes.push_back(table + ": no row marked; nothing deleted");
+                    summary.notes.push_back({"NoteNothingMarked", {table}});
                 }
             }
             const size_t perFrame = (options_.batchBytes - proto::batchOverhead) / 4;

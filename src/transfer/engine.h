@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "transfer/language.h"
 #include "transfer/protocol.h"
 
 namespace brindale::transfer {
@@ -65,9 +66,9 @@ struct TransferSummary {
     std::vector<ScaleOutcome> scales;
     // Set when the transfer could not start at all (no database, no scale).
     FailReason reason = FailReason::None;
-    std::string detail;
+    Note detail;
     // Things worth telling that did not fail a scale (rows not sent, tables skipped).
-    std::vector<std::string> notes;
+    std::vector<Note> notes;
     bool cancelled = false;
 
     size_t countDone() const;

@@ -44,7 +44,7 @@ std::string summaryText(const TransferSummary& summary, const LanguageTexts& tex
     std::string out;
     if (summary.reason != FailReason::None) {
         out = texts.get(reasonKey(summary.reason));
-        if (!summary.detail.empty()) out += " (" + summary.detail + ")";
+        if (!summary.detail.empty()) out += " (" + texts.text(summary.detail) + ")";
         return out;
     }
     out = LanguageTexts::format(texts.get("SummaryText"),
@@ -52,7 +52,7 @@ std::string summaryText(const TransferSummary& summary, const LanguageTexts& tex
                                  std::to_string(summary.countFailed())});
     for (const auto& o : summary.scales)
         out += "\n" + o.target.name + " " + o.target.paddedAddress + ": " + outcomeText(o, texts);
-    for (const auto& n : summary.notes) out += "\n" + n;
+    for (const auto& n : summary.notes) out += "\n" + texts.text(n);
     return out;
 }
 

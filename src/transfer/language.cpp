@@ -45,6 +45,19 @@ const std::map<std::string, std::string>& LanguageTexts::englishDefaults() {
         {"ErrNoScale", "No scale found for this store and section"},
         {"ErrDatabase", "Database error"},
         {"Records", "records"},
+        {"ProgressText", "%1 / %2 records"},
+        {"NoteNotIdentifier", "\"%1\" is not a table identifier; skipped"},
+        {"NoteNotFetched", "File %1 is not fetched from the scales; skipped"},
+        {"NoteNoTable", "Table RC_%1 does not exist; file %1 not fetched"},
+        {"NoteNotSent", "File %1 is not sent to the scales; skipped"},
+        {"NoteNoRecord", "%1 row %2: no record; not sent"},
+        {"NoteBadRecord", "%1 row %2: %3; not sent"},
+        {"NoteNoNumber", "%1 row %2: no record number; not deleted"},
+        {"NoteNothingMarked", "%1: no row marked; nothing deleted"},
+        {"DetailMode", "transfer mode %1 is not known"},
+        {"DetailRange", "store or section number out of range"},
+        {"DetailNoScale", "store %1, section %2: no scale in use"},
+        {"DetailStopped", "transfer stopped: %1"},
     };
     return d;
 }
@@ -72,8 +85,16 @@ std::string LanguageTexts::get(const std::string& key) const {
     return d != englishDefaults().end() ? d->second : key;
 }
 
+std::string LanguageTexts::text(const Note& note) const {
+    if (note.key.empty()) return note.args.empty() ? std::string() : note.args[0];
+    return format(get(note.key), note.args);
+}
+
 std::string LanguageTexts::format(std::string pattern, std::initializer_list<std::string> args) {
-    std::vector<std::string> a(args);
+    return format(std::move(pattern), std::vector<std::string>(args));
+}
+
+std::string LanguageTexts::format(std::string pattern, const std::vector<std::string>& a) {
     std::string out;
     for (size_t i = 0; i < pattern.size(); ++i) {
         if (pattern[i] == '%' && i + 1 < pattern.size() && pattern[i + 1] >= '1' && pattern[i + 1] <= '9') {

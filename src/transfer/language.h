@@ -5,8 +5,19 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 namespace brindale::transfer {
+
+// Something the summary tells, by key of the transfer texts and the values of its %1, %2, ...;
+// without a key the one value is shown as it is (a reason given by the system or the database).
+struct Note {
+    std::string key;
+    std::vector<std::string> args;
+
+    static Note raw(std::string text) { return {std::string(), {std::move(text)}}; }
+    bool empty() const { return key.empty() && (args.empty() || args[0].empty()); }
+};
 
 class LanguageTexts {
 public:
@@ -24,6 +35,9 @@ public:
 
     // Replaces %1, %2, ... in pattern.
     static std::string format(std::string pattern, std::initializer_list<std::string> args);
+    static std::string format(std::string pattern, const std::vector<std::string>& args);
+    // The note in these texts.
+    std::string text(const Note& note) const;
 
 private:
     std::map<std::string, std::string> texts_;  // keys lower-cased

@@ -59,6 +59,9 @@ std::set<std::pair<std::string, std::string>> lookedUpKeys() {
     static const std::regex pair(R"re("([A-Za-z_0-9]+)"\s*,\s*"([A-Za-z_0-9&]+)")re");
     static const std::regex msgKey(R"re(Messages::key\([^,()]+,\s*"([A-Za-z_0-9]+)")re");
     static const std::regex literal(R"re("((?:MainCmd|MainGrd|MainTab|menu|popmenu)[A-Za-z_0-9]*)")re");
+    // The transfer window's texts: looked up by get("Key"), and the summary's notes by their key.
+    static const std::regex transferGet(R"re(\bget\("([A-Za-z_0-9]+)"\))re");
+    static const std::regex transferNote(R"re("((?:Note|Detail)[A-Z][A-Za-z]*)")re");
     for (const auto& e : fs::recursive_directory_iterator(brindale::testing::sourceRoot() + "/src")) {
         auto ext = e.path().extension();
         if (ext != ".cpp" && ext != ".h") continue;
@@ -78,6 +81,12 @@ std::set<std::pair<std::string, std::string>> lookedUpKeys() {
             else if (k.rfind("MainGrd", 0) == 0) keys.insert({"frmMain_flexgrid", k});
             else if (k.rfind("MainTab", 0) == 0) keys.insert({"frmMain_sstab", k});
             else keys.insert({"frmMain_Menu", k});
+        }
+        if (e.path().string().find("/src/transfer/") != std::string::npos) {
+            for (std::sregex_iterator it(src.begin(), src.end(), transferGet), end; it != end; ++it)
+                keys.insert({"ActX_KVR", (*it)[1]});
+            for (std::sregex_iterator it(src.begin(), src.end(), transferNote), end; it != end; ++it)
+                keys.insert({"ActX_KVR", (*it)[1]});
         }
     }
     return keys;
@@ -121,6 +130,17 @@ TEST(LanguageFile, EverySectionLoadsInEveryBlockWithoutDuplicates) {
 TEST(LanguageFile, EveryKeyTheCodeLooksUpExistsInAllThreeBlocks) {
     auto keys = lookedUpKeys();
     ASSERT_GT(keys.size(), 40u);  // the main window alone looks up far more
+    // The texts of this work are among them: messages, the section combo, the transfer summary.
+    for (const auto& k : std::vector<std::pair<std::string, std::string>>{{"msgbox", "storeOverflow"},
+                                                                          {"msgbox", "settingsNotSaved"},
+                                                                          {"msgbox", "treeOrphans"},
+                                                                          {"msgbox", "rowMissing"},
+                                                                          {"frm_Properties", "NotUsed"},
+                                                                          {"ActX_KVR", "Title"},
+                                                                          {"ActX_KVR", "ProgressText"},
+                                                                          {"ActX_KVR", "NoteNoRecord"},
+                                                                          {"ActX_KVR", "DetailNoScale"}})
+        EXPECT_TRUE(keys.count(k)) << k.first << " " << k.second << " is not seen as looked up";
     for (const char* lang : {"Standard", "Chinese", "Other"}) {
         std::map<std::string, LanguageTable> tables;
         for (const auto& [section, key] : keys) {

@@ -48,7 +48,7 @@ TEST(Control, MissingDatabaseIsReportedWithItsPath) {
     c.setTableList({"25"});
     EXPECT_EQ(c.StartTransfer(), 1);
     EXPECT_EQ(c.lastSummary().reason, FailReason::Database);
-    EXPECT_NE(c.lastSummary().detail.find("Brindale1.mdb"), std::string::npos);
+    EXPECT_NE(LanguageTexts().text(c.lastSummary().detail).find("Brindale1.mdb"), std::string::npos);
 }
 
 TEST(Control, UnknownModeIsRefusedBeforeAnyScale) {
@@ -114,9 +114,12 @@ TEST(Language, KeysAreReadFromLinesWithEnglishFallback) {
     for (const char* k : {"Title", "ColScale", "ColAddress", "ColState", "ColProgress", "Waiting", "Connecting",
                           "Sending", "Deleting", "Receiving", "Done", "Failed", "Cancelled", "Cancel", "Close",
                           "SummaryTitle", "SummaryText", "ErrRefused", "ErrTimeout", "ErrClosed", "ErrProtocol",
-                          "ErrRejected", "ErrNoScale", "ErrDatabase", "Records"})
+                          "ErrRejected", "ErrNoScale", "ErrDatabase", "Records", "ProgressText", "NoteNotIdentifier",
+                          "NoteNotFetched", "NoteNoTable", "NoteNotSent", "NoteNoRecord", "NoteBadRecord",
+                          "NoteNoNumber", "NoteNothingMarked", "DetailMode", "DetailRange", "DetailNoScale",
+                          "DetailStopped"})
         EXPECT_EQ(LanguageTexts::englishDefaults().count(k), 1u) << k;
-    EXPECT_EQ(LanguageTexts::englishDefaults().size(), 25u);
+    EXPECT_EQ(LanguageTexts::englishDefaults().size(), 38u);
 }
 
 TEST(Language, OutcomeTextNamesReasonAndDetail) {
@@ -126,4 +129,27 @@ TEST(Language, OutcomeTextNamesReasonAndDetail) {
     o.detail = "no answer within 1000 ms";
     const std::string s = outcomeText(o, LanguageTexts("Failed=Fehler\nErrTimeout=Zeit"));
     EXPECT_EQ(s, "Fehler: Zeit (no answer within 1000 ms)");
+}
+
+TEST(Language, SummaryNotesAndDetailComeFromTheLanguageText) {
+    TransferSummary s;
+    s.notes.push_back({"NoteNoRecord", {"KVR_25", "3"}});
+    s.notes.push_back({"NoteNotSent", {"99"}});
+    const LanguageTexts zh("SummaryText=%1/%2 完成 %3 失败\nNoteNoRecord=%1 第 %2 行：没有记录，未发送\n"
+                           "NoteNotSent=文件 %1 不能发送到电子秤，已跳过");
+    const std::string text = summaryText(s, zh);
+    EXPECT_NE(text.find("KVR_25 第 3 行：没有记录，未发送"), std::string::npos) << text;
+    EXPECT_NE(text.find("文件 99 不能发送到电子秤，已跳过"), std::string::npos) << text;
+    EXPECT_EQ(text.find("not sent"), std::string::npos) << text;
+
+    TransferSummary failed;
+    failed.reason = FailReason::NoScale;
+    failed.detail = {"DetailNoScale", {"4", "2"}};
+    EXPECT_EQ(summaryText(failed, LanguageTexts("ErrNoScale=没有秤\nDetailNoScale=店 %1，部门 %2")),
+              "没有秤 (店 4，部门 2)");
+    // Without a text of its own the English one is used, and a raw reason is shown as it is.
+    EXPECT_EQ(summaryText(failed, LanguageTexts()),
+              "No scale found for this store and section (store 4, section 2: no scale in use)");
+    failed.detail = Note::raw("disk I/O error");
+    EXPECT_EQ(summaryText(failed, LanguageTexts("ErrNoScale=X")), "X (disk I/O error)");
 }

@@ -97,7 +97,7 @@ TEST_F(Chain, DownloadReachesExactlyTheScalesOfTheSection) {
     auto c = control(0, 1, 1, {"25", "20", "23"});
     EXPECT_EQ(c.StartTransfer(), 0);
     const auto& s = c.lastSummary();
-    ASSERT_EQ(s.reason, FailReason::None) << s.detail;
+    ASSERT_EQ(s.reason, FailReason::None) << LanguageTexts().text(s.detail);
     ASSERT_EQ(s.scales.size(), 2u);
     EXPECT_EQ(s.countDone(), 2u);
     const std::set<Bytes> want(selectedPlus.begin(), selectedPlus.end());
@@ -181,7 +181,7 @@ TEST_F(Chain, DeleteWithNoRowMarkedDeletesNothingButImagesAndLogosAsAWhole) {
         EXPECT_EQ((*farm)[i].recordCount("37"), 0u) << "images are deleted as a whole";
     }
     ASSERT_EQ(c.lastSummary().notes.size(), 1u);
-    EXPECT_NE(c.lastSummary().notes[0].find("KVR_25: no row marked"), std::string::npos);
+    EXPECT_NE(LanguageTexts().text(c.lastSummary().notes[0]).find("KVR_25: no row marked"), std::string::npos);
 }
 
 TEST_F(Chain, UploadFillsRc25ByteEqualOneRowPerRecord) {
@@ -229,10 +229,14 @@ TEST_F(Chain, BadRowsAreNotSentAndAreNamed) {
     EXPECT_EQ(s.countDone(), 2u);
     EXPECT_EQ((*farm)[0].recordCount("25"), 1u);
     ASSERT_EQ(s.notes.size(), 4u);
-    EXPECT_NE(s.notes[0].find("KVR_25 row 2: record length field says 49"), std::string::npos) << s.notes[0];
-    EXPECT_NE(s.notes[1].find("KVR_25 row 3: no record"), std::string::npos) << s.notes[1];
-    EXPECT_NE(s.notes[2].find("XY"), std::string::npos);
-    EXPECT_NE(s.notes[3].find("\"2\""), std::string::npos);
+    std::vector<std::string> notes;
+    for (const auto& n : s.notes) notes.push_back(LanguageTexts().text(n));
+    EXPECT_NE(notes[0].find("KVR_25 row 2: record length field says 49"), std::string::npos) << notes[0];
+    EXPECT_NE(notes[1].find("KVR_25 row 3: no record"), std::string::npos) << notes[1];
+    EXPECT_NE(notes[2].find("XY"), std::string::npos);
+    EXPECT_NE(notes[3].find("\"2\""), std::string::npos);
+    EXPECT_EQ(s.notes[0].key, "NoteBadRecord");
+    EXPECT_EQ(s.notes[1].key, "NoteNoRecord");
 }
 
 TEST_F(Chain, EmptyTableListStillGreetsEveryScale) {

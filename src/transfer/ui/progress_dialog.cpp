@@ -129,7 +129,7 @@ void ProgressDialog::onState(size_t scale, ScaleState state, FailReason reason, 
 void ProgressDialog::onProgress(size_t scale, uint64_t done, uint64_t total) {
     if (int(scale) >= grid_->rowCount()) return;
     grid_->item(int(scale), 3)->setText(
-        QString("%1 / %2 %3").arg(done).arg(total).arg(q(texts_.get("Records"))));
+        q(LanguageTexts::format(texts_.get("ProgressText"), {std::to_string(done), std::to_string(total)})));
 }
 
 void ProgressDialog::onFinished(const TransferSummary& summary) {
@@ -139,7 +139,7 @@ void ProgressDialog::onFinished(const TransferSummary& summary) {
     std::string text;
     if (summary.reason != FailReason::None) {
         text = texts_.get(reasonKey(summary.reason));
-        if (!summary.detail.empty()) text += " (" + summary.detail + ")";
+        if (!summary.detail.empty()) text += " (" + texts_.text(summary.detail) + ")";
     } else {
         text = LanguageTexts::format(texts_.get("SummaryText"),
                                      {std::to_string(summary.countDone()), std::to_string(summary.scales.size()),
@@ -147,7 +147,7 @@ void ProgressDialog::onFinished(const TransferSummary& summary) {
         for (size_t i = 0; i < summary.scales.size() && int(i) < grid_->rowCount(); ++i)
             grid_->item(int(i), 2)->setText(q(outcomeText(summary.scales[i], texts_)));
     }
-    for (const auto& n : summary.notes) text += "\n" + n;
+    for (const auto& n : summary.notes) text += "\n" + texts_.text(n);
     summary_->setText(q(text));
     cancel_->setEnabled(false);
     close_->setEnabled(true);
