@@ -418,6 +418,36 @@ TEST_F(RunFaults, FullDiskAtAnEndFromOutsideKeepsTheDatabaseForRecovery) {
     ::umount2(small.c_str(), MNT_DETACH);
 }
 
+// A full disk when the language is chosen: the settings file cannot be written; it stays whole
+// and the language stays as it was.
+TEST_F(RunFaults, FullDiskWhenChoosingALanguageKeepsTheSettingsFileWhole) {
+    ASSERT_TRUE(mountsAllowed) << mountProblem;
+    const std::string small = (fs::temp_directory_path() / ("brindale-small-" + std::to_string(::getpid()))).string();
+    fs::create_directories(small);
+    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=16m"), 0) << std::strerror(errno);
+    ::setenv("TMPDIR", small.c_str(), 1);
+    GuiApp g;
+    ::unsetenv("TMPDIR");
+    savedChain(g);
+    const std::string settings = slurp(g.dir->path("ini/SETTING1.cfg"));
+    const std::string filler = fillDisk(small);
+    clearMessages();
+    g.w().action("menuChinese")->trigger();
+    ASSERT_EQ(messagesShown().size(), 1u);
+    EXPECT_NE(messagesShown()[0].find("SETTING1.cfg"), std::string::npos) << messagesShown()[0];
+    EXPECT_EQ(g.state().settings.LanguageIndex, 0);
+    EXPECT_TRUE(g.w().action("menuEnglish")->isChecked());
+    EXPECT_FALSE(g.w().action("menuChinese")->isChecked());
+    EXPECT_EQ(slurp(g.dir->path("ini/SETTING1.cfg")), settings);
+    EXPECT_FALSE(fs::exists(g.dir->path("ini/SETTING1.cfg.new")));
+    fs::remove(filler);
+    g.end();
+    EXPECT_TRUE(g.app->ended());
+    g.app.reset();
+    g.dir.reset();
+    ::umount2(small.c_str(), MNT_DETACH);
+}
+
 namespace {
 
 // Runs the built program in `dir` until its working database stands; returns it running.
