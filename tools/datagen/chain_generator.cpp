@@ -6,11 +6,9 @@
 #include <vector>
 
 #include "codec/barcode.h"
-#include "codec/plu_record.h"
 #include "codec/plu_row.h"
 #include "codec/small_records.h"
 #include "plu_row_generator.h"
-#include "store/codec_sources.h"
 #include "store/recordset.h"
 #include "store/row_mapper.h"
 
@@ -41,6 +39,7 @@ void insertRow(store::Database& db, store::RowMapper<Row>& map, Row& row, const 
 // own line.
 template <class Num>
 void setBarcode(codec::PluRow& row, const codec::CodecEnvironment& env, long i, Num& num) {
+    if (!env.barcodeLists) throw std::runtime_error("no barcode lists for the generated PLUs");
     const long slot = i % kBarcodeSlots;
     int64_t format, lastByte;
     if (slot < 66) {
@@ -52,7 +51,10 @@ void setBarcode(codec::PluRow& row, const codec::CodecEnvironment& env, long i, 
     }
     int n = 10;
     if (format <= codec::kLastBuiltInFormat) {
-        const codec::Status s = codec::builtInFormatItemDigits(env.barcodeLists, format, lastByte < 10 ? 1 : 0, n);
+        // Read here as the file states it, not through the codec, so that a codec reading
+        // another line cuts these codes and the round trip shows it: REF, then B00, B01, ...
+        const auto& list = lastByte < 10 ? env.barcodeLists->EAN_EDIT : env.barcodeLists->ITF_EDIT;
+        const codec::Status s = codec::formatLineItemDigits(list.at(static_cast<size_t>(format) + 1), n);
         if (!s.ok()) throw std::runtime_error("barcode format " + std::to_string(format) + ": " + s.message());
     } else if (format == 33) {
         n = lastByte < 10 ? 4 : 6;  // the flexi rows made above
@@ -60,7 +62,8 @@ void setBarcode(codec::PluRow& row, const codec::CodecEnvironment& env, long i, 
         n = lastByte < 10 ? 8 : 3;
     }
     std::string item;
-    const int len = n < 1 ? 0 : static_cast<int>(num(1, n > 10 ? 10 : n));
+    const int most = n > 10 ? 10 : n;
+    const int len = most < 1 ? 0 : static_cast<int>(num(0, 1) ? most : num(1, most));
     for (int d = 0; d < len; ++d) item += static_cast<char>('0' + num(d == 0 ? 1 : 0, 9));
     // Left-aligned (format 0): the zeros behind the code are padding, so the code ends otherwise.
     if (format == 0 && !item.empty() && item.back() == '0') item.back() = '7';
@@ -91,7 +94,9 @@ void generateChain(store::Database& db, const codec::CodecEnvironment& env, cons
             row.FBar_ItemDigitNo = no == 1 ? (kind ? 4 : 6) : (kind ? 8 : 3);
             row.FBar_Data1Type = num(0, 5);
             row.FBar_Data2Type = num(0, 5);
-            row.FBar_FBarDigitNo = 12;
+            // One digit each: the record packs these as digit pairs, where a second digit
+            // pushes the next field along and the last one is cut off.
+            row.FBar_FBarDigitNo = num(1, 9);
             // As the flexi barcode editor saves it: the check digit setting and the kind apart.
             row.FBar_CD = num(0, 3);
             row.FBar_Data1 = num(0, 9);
@@ -190,11 +195,6 @@ void generateChain(store::Database& db, const codec::CodecEnvironment& env, cons
 
     store::RowMapper<codec::PluRow> pluMap(db, "KVR_25", codec::pluColumns());
     codec::test::PluRowGenerator gen(seed);
-    store::DbFlexi flexi(db);
-    codec::CodecEnvironment pluEnv = env;
-    pluEnv.flexiBarcodes = &flexi;
-    codec::EncoderContext ctx(pluEnv);
-    ctx.remembered.clearKey();
     auto& insert = db.cached(pluMap.insertSql());
     long barcodes = 0;
     for (long i = 0; i < shape.plus; ++i) {
@@ -204,12 +204,8 @@ void generateChain(store::Database& db, const codec::CodecEnvironment& env, cons
         row.SECT_No = 1 + (i / shape.stores) % shape.sectionsPerStore;
         const auto& groups = groupsOfStore[static_cast<size_t>(row.ST_No)];
         if (row.Stat2_MGCode) row.PLU_MG = groups[static_cast<size_t>(i) % groups.size()];
-        if (i % 8 != 7) setBarcode(row, env, barcodes++, num);
+        if (i % 8 != 7 || row.Stat2_ItemCode) setBarcode(row, env, barcodes++, num);
         row.Is_Selected = 0;
-        // As the program holds a saved PLU: the columns the encoder derives (status bytes,
-        // barcode data) and its record agree with the rest.
-        const codec::Status s = codec::encodePluRecord(ctx, row, false);
-        if (!s.ok()) throw std::runtime_error("generated PLU " + std::to_string(row.PLU_No) + ": " + s.message());
         pluMap.bind(insert, row);
         insert.step();
         insert.reset();
