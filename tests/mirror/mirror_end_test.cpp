@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 
 #include "codec/small_records.h"
 #include "mirror_fixture.h"
@@ -315,4 +316,149 @@ TEST(MirrorEnd, PluWithoutAnyGoodRecordStopsTheEndWhateverTheAnswer) {
     EXPECT_EQ(asked, 0);
     expectNothingChanged(c, mirrorBefore, dbBefore);
     closeRun(c);
+}
+
+// ---------- a mirror cut at a record boundary ----------
+
+#include "chain_generator.h"
+
+namespace {
+
+// Each row's columns as the operator sees them: without its record, and for PLUs without what
+// the pack computes from the rest (status bytes and flags, the barcode digits).
+// With `pluKeysOnly` a PLU shows only its number, store and section: a PLU whose record is gone
+// starts with the new-row defaults, and its first pack and unpack set the columns of absent
+// fields to the decoder's values (PLU_MG 997, PLU_EANFlags 255).
+std::string rowsAsSeen(MirrorChain& c, bool pluKeysOnly = false) {
+    std::string out;
+    for (const auto& f : mirrorTextFiles()) {
+        const bool plu = std::string(f.table) == "KVR_25";
+        out += std::string("[") + f.table + "]\n";
+        for (Recordset rs(c.db(), f.table); !rs.eof(); rs.moveNext()) {
+            for (int i = 0; i < rs.fieldCount(); ++i) {
+                const std::string& name = rs.field(i).name;
+                if (name == "KVRBinData") continue;
+                if (plu && pluKeysOnly && name != "PLU_No" && name != "ST_No" && name != "SECT_No") continue;
+                if (plu && (name.find("_Byte") != std::string::npos || name == "PLU_EANData" ||
+                            name == "Stat2_LBFormat1" || name == "Stat2_BARFormat"))
+                    continue;
+                const Value& v = rs.value(i);
+                out += name + "=" + (v.isNull() ? std::string("<null>") : v.isBytes() ? std::to_string(v.bytes().size()) + " bytes" : v.toText()) + ";";
+            }
+            out += "\n";
+        }
+    }
+    return out;
+}
+
+// "" when equal, else the first line that differs in each, cut to its first differing column.
+std::string firstDifference(const std::string& a, const std::string& b) {
+    if (a == b) return "";
+    size_t i = 0;
+    while (i < a.size() && i < b.size() && a[i] == b[i]) ++i;
+    const size_t line = a.rfind('\n', i == 0 ? 0 : i - 1);
+    const size_t from = line == std::string::npos ? 0 : line + 1;
+    const size_t col = a.rfind(';', i == 0 ? 0 : i - 1);
+    const size_t at = col == std::string::npos || col < from ? from : col + 1;
+    return "row " + a.substr(from, 40) + "...: " + a.substr(at, 80) + " -> " + b.substr(at, 80);
+}
+
+Bytes sized(size_t n, uint8_t fill, bool lengthInRecord) {
+    Bytes r(n, fill);
+    if (lengthInRecord) {
+        r[4] = static_cast<uint8_t>(n >> 8);
+        r[5] = static_cast<uint8_t>(n & 0xFF);
+    }
+    return r;
+}
+
+// Three rows with records in every table that has a record file beside those of the generator.
+void addRecordRows(MirrorChain& c) {
+    for (int i = 1; i <= 3; ++i) {
+        const auto b = static_cast<uint8_t>(i);
+        c.add("KVR_41", {{"Scale_IP", "192.168.  1. 20"}, {"PSK_Layout", 1}, {"Number", i}, {"Name", "Key " + std::to_string(i)},
+                         {"KVRBinData", sized(45, b, false)}});
+        c.add("KVR_34", {{"PF_No", i}, {"KVRBinData", sized(40 + static_cast<size_t>(i), b, true)}});
+        for (const char* t : {"KVR_38", "KVR_39", "KVR_3A", "KVR_3B", "KVR_3C", "KVR_3D"})
+            c.add(t, {{"No", i}, {"NameFirstLine", "Text " + std::to_string(i)}, {"KVRBinData", sized(12 + static_cast<size_t>(i), b, true)}});
+        c.add("KVR_AA", {{"Code", i}, {"Type", 1}, {"KVRBinData", sized(36 + static_cast<size_t>(i), b, true)}});
+        c.add("KVR_AB", {{"Code", i}, {"KVRBinData", sized(68, b, false)}});
+        c.add("KVR_DF", {{"CNumber", i}, {"PLU_No", 100 + i}, {"KVRBinData", sized(10, b, false)}});
+    }
+}
+
+// Byte offsets of the record boundaries of a record file.
+std::vector<size_t> boundaries(const MirrorRecordFile& f, const std::string& data) {
+    std::vector<size_t> at{0};
+    size_t pos = 0;
+    while (pos < data.size()) {
+        const size_t len = f.fixedLength > 0 ? static_cast<size_t>(f.fixedLength)
+                                             : (static_cast<uint8_t>(data[pos + 4]) << 8 | static_cast<uint8_t>(data[pos + 5]));
+        pos += len;
+        at.push_back(pos);
+    }
+    return at;
+}
+
+}  // namespace
+
+// Every record file cut before its first, a middle and its last record. A file of fixed records
+// that is short is let pass: start, end, start, and no row has changed its number, its name or
+// anything else the operator sees. A file whose records carry their length stops the start,
+// naming the file and the record, unless it is empty.
+TEST(MirrorEnd, MirrorCutAtARecordBoundaryChangesNoRowThroughStartEndStart) {
+    MirrorChain c;
+    c.start();
+    {
+        const auto env = c.state->codecEnvironment();
+        datagen::ChainShape shape;
+        shape.plus = 40;
+        shape.stores = 2;
+        shape.departmentsPerStore = 2;
+        shape.mainGroupsPerDepartment = 2;
+        datagen::generateChain(c.db(), env, shape, 77);
+    }
+    addRecordRows(c);
+    ASSERT_TRUE(c.end().empty());
+    std::map<std::string, std::string> whole;
+    for (const auto& e : fs::directory_iterator(c.app.path("AccessData")))
+        whole[e.path().filename().string()] = c.app.read("AccessData/" + e.path().filename().string());
+
+    int passed = 0, stopped = 0;
+    for (const auto& f : mirrorRecordFiles()) {
+        const std::string& data = whole.at(f.file);
+        const std::vector<size_t> at = boundaries(f, data);
+        const size_t records = at.size() - 1;
+        ASSERT_GE(records, 3u) << f.file;
+        for (size_t keep : {size_t{0}, records / 2, records - 1}) {
+            SCOPED_TRACE(std::string(f.file) + " cut after " + std::to_string(keep) + " records");
+            for (const auto& [name, content] : whole) c.app.write("AccessData/" + name, content);
+            c.app.write(std::string("AccessData/") + f.file, data.substr(0, at[keep]));
+            if (f.fixedLength == 0 && keep > 0) {
+                const std::string before = c.app.snapshot();
+                try {
+                    c.start();
+                    ADD_FAILURE() << "the start went through";
+                } catch (const FatalError& e) {
+                    EXPECT_NE(e.where().find(f.file), std::string::npos) << e.what();
+                    EXPECT_NE(e.reason().find("record " + std::to_string(keep + 1)), std::string::npos) << e.what();
+                }
+                c.state.reset();
+                fs::remove(c.app.path("Database/Brindale1.mdb"));
+                EXPECT_EQ(c.app.snapshot(), before);
+                ++stopped;
+                continue;
+            }
+            const bool noPluRecords = f.extra == RecordExtra::Plu && keep == 0;
+            c.start();
+            const std::string seen = rowsAsSeen(c, noPluRecords);
+            ASSERT_TRUE(c.end().empty());
+            c.start();
+            EXPECT_EQ(firstDifference(seen, rowsAsSeen(c, noPluRecords)), "");
+            c.end();
+            ++passed;
+        }
+    }
+    EXPECT_EQ(passed + stopped, 45);
+    EXPECT_GT(stopped, 0);
 }
