@@ -498,3 +498,28 @@ TEST(MirrorEnd, TenThousandPluChainKeepsEveryRecordThroughFiveCycles) {
         ASSERT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(50)) << "stopped after end " << cycle;
     }
 }
+
+#include "chain_settings.h"
+#include "shell/settings.h"
+
+TEST(ChainSettings, SeveralStoresSwitchToMultiStoreAndKeepTheRest) {
+    brindale::testing::TempApp app;
+    const std::string before = app.read("ini/SETTING1.cfg");
+    datagen::writeChainSettings(app.dir(), 1);
+    EXPECT_EQ(app.read("ini/SETTING1.cfg"), before);  // one store: single store mode shows it all
+
+    const shell::Settings old = shell::readSettings(app.path("ini/SETTING1.cfg"));
+    ASSERT_EQ(old.StoreMode, 0);
+    datagen::writeChainSettings(app.dir(), 3);
+    const shell::Settings now = shell::readSettings(app.path("ini/SETTING1.cfg"));
+    EXPECT_EQ(now.StoreMode, 1);
+    EXPECT_EQ(now.StoreNameSetting, old.StoreNameLine);
+    // Every other line as it was: only the store mode line differs.
+    const std::string after = app.read("ini/SETTING1.cfg");
+    std::string expected = before;
+    const size_t modeLine = expected.rfind(" 0 \r\n", expected.rfind("\r\n", expected.size() - 3));
+    ASSERT_NE(modeLine, std::string::npos);
+    expected.replace(modeLine, 5, " 1 \r\n");
+    EXPECT_EQ(after, expected);
+    EXPECT_FALSE(app.exists("ini/SETTING1.cfg.new"));
+}
