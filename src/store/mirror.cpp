@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include "store/mirror_code_page.h"
 #include "store/recordset.h"
 #include "store/row_mapper.h"
+#include "store/small_record_builder.h"
 
 namespace fs = std::filesystem;
 
@@ -315,8 +317,10 @@ void exportTextFiles(Database& db, const std::string& folder, Progress& p) {
     }
 }
 
-// A record file row without a record would shift every later record onto the wrong row; an
-// empty record of the table's shape keeps the pairing.
+// A row of a table whose records the program cannot build here (label formats, preset keys,
+// text files...) and that has no valid record: a record file without it would shift every later
+// record onto the wrong row, so this empty record of the table's shape keeps the pairing, and the
+// start reads it back as no record.
 std::vector<uint8_t> placeholderRecord(const MirrorRecordFile& f) {
     if (f.fixedLength > 0) return std::vector<uint8_t>(static_cast<size_t>(f.fixedLength), 0);
     std::vector<uint8_t> r(f.extra == RecordExtra::ReportData ? 35 : (f.extra == RecordExtra::TextName ? 8 : 6), 0);
@@ -330,6 +334,13 @@ bool recordFits(const MirrorRecordFile& f, const std::vector<uint8_t>& r) {
     return r.size() >= 6 && static_cast<size_t>(r[4] << 8 | r[5]) == r.size();
 }
 
+std::string pluName(const codec::PluRow& row) {
+    return "PLU " + std::to_string(row.PLU_No) + " of store " + std::to_string(row.ST_No);
+}
+
+// Every PLU is packed anew. One that cannot be keeps its last good record; one without such a
+// record is written as a placeholder only so that the file can be finished and every such PLU
+// named: the caller then stops the end (pluProblemsStopTheEnd).
 void exportPluRecords(Database& db, const MirrorRecordFile& f, DurableFile& out, const MirrorOptions& o,
                       Progress& p, MirrorReport& report) {
     if (!o.env) throw FatalError(f.file, 0, "no codec settings for the PLU records");
@@ -348,18 +359,70 @@ void exportPluRecords(Database& db, const MirrorRecordFile& f, DurableFile& out,
         codec::Bytes before = row.KVRBinData;
         codec::Status s = codec::encodePluRecord(ctx, row, false);
         if (!s.ok() || !row.KVRBinData || !recordFits(f, *row.KVRBinData)) {
-            std::string why = s.ok() ? "the record has no valid length" : s.message();
-            if (before && recordFits(f, *before)) {
-                report.warnings.push_back("PLU " + std::to_string(row.PLU_No) + ": " + why +
-                                          "; its last record was kept");
+            PluPackProblem problem;
+            problem.PLU_No = row.PLU_No;
+            problem.ST_No = row.ST_No;
+            if (s.ok()) {
+                problem.error.fault = codec::Fault::RecordTooShort;
+                problem.error.column = "KVRBinData";
+                problem.reason = "the record has no valid length";
+            } else {
+                problem.error = s.error();
+                problem.reason = s.message();
+            }
+            problem.column = problem.error.column;
+            problem.hasLastGoodRecord = before && recordFits(f, *before);
+            if (problem.hasLastGoodRecord) {
+                report.warnings.push_back(pluName(row) + ": " + problem.reason + "; its last record was kept");
                 row.KVRBinData = before;
             } else {
-                report.warnings.push_back("PLU " + std::to_string(row.PLU_No) + ": " + why +
-                                          "; only its number, store and section were kept");
                 row.KVRBinData = placeholderRecord(f);
             }
+            report.problems.push_back(std::move(problem));
         }
         out.write(row.KVRBinData->data(), row.KVRBinData->size());
+        p.step();
+        p.checkpoint();
+    }
+}
+
+// A PLU that could not be packed and has no last good record cannot be written without loss.
+void pluProblemsStopTheEnd(const MirrorReport& report) {
+    std::vector<PluPackProblem> all;
+    for (const auto& pr : report.problems)
+        if (!pr.hasLastGoodRecord) all.push_back(pr);
+    if (all.empty()) return;
+    const PluPackProblem first = all.front();
+    for (const auto& pr : report.problems)
+        if (pr.hasLastGoodRecord) all.push_back(pr);
+    std::string reason = first.reason + "; the PLU has no earlier record to keep, so it cannot be saved without loss";
+    const size_t more = std::count_if(all.begin(), all.end(), [](const PluPackProblem& x) { return !x.hasLastGoodRecord; }) - 1;
+    if (more) reason += " (and " + std::to_string(more) + " more such PLUs)";
+    throw MirrorError("KVR_25", "PLU " + std::to_string(first.PLU_No) + " of store " + std::to_string(first.ST_No),
+                      first.column, reason, std::move(all));
+}
+
+// Departments, main groups and flexi barcodes: the next start decodes their records over the
+// rows, so each row gets a record that gives it back its own number and name, or the end stops.
+template <class Row>
+void exportSmallRecords(Database& db, const MirrorRecordFile& f, DurableFile& out, const MirrorOptions& o,
+                        std::span<const codec::ColumnInfo<Row>> columns, const char* keyColumn, Progress& p) {
+    const codec::CodePage& cp = codePageOf(o, f.file);
+    RowMapper<Row> map(db, f.table, columns);
+    auto st = db.prepare(map.selectSql());
+    Row row;
+    long n = 0;
+    while (st->step()) {
+        ++n;
+        map.read(*st, row);
+        const MirrorSmallRecord chosen = mirrorSmallRecord(cp, row);
+        const auto* key = codec::findColumn<Row>(columns, keyColumn);
+        const std::string name =
+            "row " + std::to_string(n) + " (" + keyColumn + " " + std::to_string(row.*(key->number)) + ")";
+        if (chosen.source == MirrorSmallRecord::Source::None)
+            throw MirrorError(f.table, name, chosen.problem.column,
+                              chosen.problem.message() + "; the row has no record to keep, so it cannot be saved without loss");
+        out.write(chosen.record.data(), chosen.record.size());
         p.step();
         p.checkpoint();
     }
@@ -371,8 +434,15 @@ void exportRecordFiles(Database& db, const std::string& folder, const MirrorOpti
         const TableDef* t = db.table(f.table);
         if (!t) db.fail(std::string("there is no table ") + f.table);
         DurableFile out(folder + "/" + f.file);
+        const auto small = codec::smallTableFromName(f.table);
         if (f.extra == RecordExtra::Plu) {
             exportPluRecords(db, f, out, o, p, report);
+        } else if (small == codec::SmallTable::Dept) {
+            exportSmallRecords<codec::DeptRow>(db, f, out, o, codec::deptColumns(), "DP_No", p);
+        } else if (small == codec::SmallTable::MainGroup) {
+            exportSmallRecords<codec::MainGroupRow>(db, f, out, o, codec::mainGroupColumns(), "MG_No", p);
+        } else if (small == codec::SmallTable::FlexiBarcode) {
+            exportSmallRecords<codec::FlexiBarcodeRow>(db, f, out, o, codec::flexiBarcodeColumns(), "FBar_No", p);
         } else {
             auto st = db.prepare("SELECT KVRBinData FROM " + quoteIdent(t->name) + " ORDER BY rowid");
             long n = 0;
@@ -381,8 +451,11 @@ void exportRecordFiles(Database& db, const std::string& folder, const MirrorOpti
                 Value v = st->column(0);
                 std::vector<uint8_t> rec = v.bytes();
                 if (!recordFits(f, rec)) {
-                    report.warnings.push_back(std::string(f.table) + " row " + std::to_string(n) +
-                                              ": no valid record; an empty one was written in its place");
+                    // No record is kept as none; a damaged one cannot be kept at all.
+                    if (!v.isNull())
+                        report.warnings.push_back(std::string(f.table) + " row " + std::to_string(n) + ": its record of " +
+                                                  std::to_string(rec.size()) +
+                                                  " bytes has no valid length and was dropped");
                     rec = placeholderRecord(f);
                 }
                 out.write(rec.data(), rec.size());
@@ -392,6 +465,7 @@ void exportRecordFiles(Database& db, const std::string& folder, const MirrorOpti
         }
         out.close();
         p.checkpoint();
+        if (f.extra == RecordExtra::Plu) pluProblemsStopTheEnd(report);
     }
 }
 
@@ -560,6 +634,7 @@ void importRecordFile(Database& db, const std::string& folder, const MirrorRecor
     if (!t) db.fail(std::string("there is no table ") + f.table);
     const std::string data = readWhole(path);
     const auto ids = rowIds(db, t->name);
+    const std::vector<uint8_t> placeholder = placeholderRecord(f);
     size_t pos = 0;
     long n = 0;
     for (int64_t id : ids) {
@@ -576,7 +651,9 @@ void importRecordFile(Database& db, const std::string& folder, const MirrorRecor
         std::vector<uint8_t> rec(reinterpret_cast<const uint8_t*>(data.data() + pos),
                                  reinterpret_cast<const uint8_t*>(data.data() + pos + len));
         pos += len;
-        setRecord(db, t->name, id, rec, f.extra);
+        // The end writes this for a row without a record (and earlier ends for a department, main
+        // group or flexi barcode without one, whose columns it would blank): the row has none.
+        if (rec != placeholder) setRecord(db, t->name, id, rec, f.extra);
         p.step();
     }
 }
@@ -716,12 +793,21 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     for (const auto& f : mirrorTextFiles()) p.total += countRows(db, f.table);
     for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
     MirrorReport report;
-    // Every row is read once, in order: map the file rather than copy each page in.
-    db.exec("PRAGMA mmap_size=1073741824");
-    exportTextFiles(db, staging, p);
-    exportRecordFiles(db, staging, options, p, report);
-    syncFileSystem(staging);
-    syncFolder(staging);
+    try {
+        // Every row is read once, in order: map the file rather than copy each page in.
+        db.exec("PRAGMA mmap_size=1073741824");
+        exportTextFiles(db, staging, p);
+        exportRecordFiles(db, staging, options, p, report);
+        if (!report.problems.empty() && options.confirmKeptRecords && !options.confirmKeptRecords(report.problems))
+            throw MirrorCancelled(report.problems);
+        syncFileSystem(staging);
+        syncFolder(staging);
+    } catch (...) {
+        // The old mirror was never touched; nothing of this end is left behind.
+        fs::remove_all(staging, ec);
+        syncFolder(appDir);
+        throw;
+    }
     p.checkpoint();
 
     if (!fs::exists(live, ec)) {

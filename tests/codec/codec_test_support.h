@@ -15,13 +15,16 @@
 
 namespace brindale::codec::test {
 
-// Edit lines: character 1 and 3 the flag digits, character 5 (and 6) the item digits N.
+// Edit lines: character 1 and 3 the flag digits, character 5 (and 6) the item digits N. As in
+// the parameter file each list starts with its REF line, then B00, B01, ...: format k reads the
+// line keyed Bk.
 inline BarcodeLists sampleBarcodeLists() {
   BarcodeLists l;
-  l.EAN_EDIT = {"0,0,10", "2,0,6,EAN13", "1,1,10,EAN13", "2,0,5", "2,0,x,", "2,0,7,"};
-  l.ITF_EDIT = {"0,0,10", "0,0,4,ITF14", "2,2,8,"};
-  l.EAN_DISP = {"none", "EAN13 2+6", "EAN13 1+1+10", "EAN13 2+5", "broken", "EAN13 2+7"};
-  l.ITF_DISP = {"none", "ITF14", "ITF 2+2+8"};
+  //            REF       B00       B01            B02             B03      B04       B05
+  l.EAN_EDIT = {"0,0,10", "0,0,10", "2,0,6,EAN13", "1,1,10,EAN13", "2,0,5", "2,0,x,", "2,0,7,"};
+  l.ITF_EDIT = {"0,0,10", "0,0,10", "0,0,4,ITF14", "2,2,8,"};
+  l.EAN_DISP = {"upper level", "none", "EAN13 2+6", "EAN13 1+1+10", "EAN13 2+5", "broken", "EAN13 2+7"};
+  l.ITF_DISP = {"upper level", "none", "ITF14", "ITF 2+2+8"};
   l.BAR_LAST_BYTE = {"00", "01", "02"};
   return l;
 }

@@ -31,6 +31,72 @@ TEST(FormatLine, ItemDigits) {
   EXPECT_FALSE(formatLineItemDigits("2,0", n).ok());
 }
 
+// A list whose line Bk gives N = k, behind a REF line that gives 99: any reading one place off
+// gives a wrong N for every format.
+BarcodeLists countingLists() {
+  BarcodeLists l;
+  l.EAN_EDIT.push_back("9,9,99,");
+  l.ITF_EDIT.push_back("9,9,99,");
+  for (int k = 0; k <= 32; ++k) {
+    l.EAN_EDIT.push_back("1,0," + std::to_string(k) + ",EAN");
+    l.ITF_EDIT.push_back("0,1," + std::to_string(k) + ",ITF");
+  }
+  return l;
+}
+
+TEST(FormatLine, FormatKReadsTheLineKeyedBkOfEitherList) {
+  const BarcodeLists l = countingLists();
+  for (int64_t kind = 0; kind <= 1; ++kind)
+    for (int k = 0; k <= 32; ++k) {
+      int n = -1;
+      ASSERT_TRUE(builtInFormatItemDigits(&l, k, kind, n).ok()) << k;
+      EXPECT_EQ(n, k) << "format " << k << " kind " << kind;
+      const std::string* line = builtInFormatLine(kind == 1 ? l.EAN_EDIT : l.ITF_EDIT, k);
+      ASSERT_NE(line, nullptr);
+      EXPECT_EQ(*line, (kind == 1 ? "1,0," : "0,1,") + std::to_string(k) + (kind == 1 ? ",EAN" : ",ITF"));
+    }
+}
+
+TEST(FormatLine, NoLineOutsideTheBuiltInFormatsOrBeyondTheList) {
+  BarcodeLists l = countingLists();
+  EXPECT_EQ(builtInFormatLine(l.EAN_EDIT, -1), nullptr);
+  EXPECT_EQ(builtInFormatLine(l.EAN_EDIT, 33), nullptr);
+  l.EAN_EDIT.resize(6);  // REF, B00 .. B04
+  EXPECT_NE(builtInFormatLine(l.EAN_EDIT, 4), nullptr);
+  EXPECT_EQ(builtInFormatLine(l.EAN_EDIT, 5), nullptr);
+  int n = -1;
+  Status s = builtInFormatItemDigits(&l, 5, 1, n);
+  ASSERT_FALSE(s.ok());
+  EXPECT_EQ(s.error().fault, Fault::MissingFormatLine);
+  EXPECT_EQ(s.error().column, "EAN_EDIT");
+  EXPECT_EQ(s.error().value, 6);  // the position, REF counted as 0
+  EXPECT_FALSE(builtInFormatItemDigits(nullptr, 0, 1, n).ok());
+}
+
+TEST(SetEANData, EveryBuiltInFormatCutsToTheItemDigitsOfItsOwnLine) {
+  Fixture fx;
+  fx.lists = countingLists();
+  // N of the shipped lists is at most 10, the item code space of PLU_EANData.
+  const std::string digits = "1234567890";
+  for (int64_t lastByte : {5, 15})
+    for (int k = 1; k <= 10; ++k) {
+      RememberedSettings rem;
+      PluRow r = barcodeRow(k, "123456789012", lastByte);
+      ASSERT_TRUE(setEANData(fx.env(), rem, r, true).ok()) << k;
+      const std::string head = digits.substr(0, static_cast<size_t>(k));
+      EXPECT_EQ(r.PLU_EANItemCode, head) << k;
+      EXPECT_EQ(r.PLU_EANData, head + std::string(static_cast<size_t>(10 - k), '0') +
+                                   (lastByte < 10 ? "0" : "") + std::to_string(lastByte))
+          << k;
+      // And back: the split reads the same line.
+      PluRow back = barcodeRow(k, "", 0);
+      back.PLU_EANData = r.PLU_EANData;
+      ASSERT_TRUE(splitEANData(fx.env(), back).ok()) << k;
+      EXPECT_EQ(back.PLU_EANItemCode, head) << k;
+      EXPECT_EQ(back.PLU_EANLastByte, lastByte);
+    }
+}
+
 TEST(SetEANData, FormatZeroIsLeftAligned) {
   Fixture fx;
   RememberedSettings rem;

@@ -93,14 +93,44 @@ TEST_F(SmallRecords, MainGroupDepartmentKeepsItsFirstTwoDigits) {
 TEST_F(SmallRecords, FlexiBarcodeCheckDigitByte) {
   FlexiBarcodeRow f;
   f.FBar_No = 2;
-  f.FBar_CD = 1 * 128 + 5;  // as the editor stores kind and check digit
+  // As the flexi barcode editor stores them: the check digit setting and the kind in their own
+  // columns; the record combines them in byte 11.
+  f.FBar_CD = 5;
+  f.FBar_EANorITF = 1;
   ASSERT_TRUE(encodeSmallRecord(f, cp).ok());
   EXPECT_EQ((*f.KVRBinData)[11], 0x85);
   std::vector<FlexiBarcodeRow> rows{f};
+  rows[0].FBar_CD = rows[0].FBar_EANorITF = 9;
   ASSERT_TRUE(decodeSmallRecords(std::span<FlexiBarcodeRow>(rows), cp).ok());
   EXPECT_EQ(rows[0].FBar_CD, 5);
   EXPECT_EQ(rows[0].FBar_EANorITF, 1);
   EXPECT_EQ(rows[0].FBar_No, 2);
+
+  f.FBar_EANorITF = 0;
+  f.FBar_CD = 127;
+  ASSERT_TRUE(encodeSmallRecord(f, cp).ok());
+  EXPECT_EQ((*f.KVRBinData)[11], 0x7F);
+}
+
+TEST_F(SmallRecords, FlexiBarcodeColumnsThatWouldSpillIntoEachOtherFail) {
+  struct Case {
+    int64_t cd, kind;
+    const char* column;
+    Fault fault;
+  };
+  for (const Case& c : {Case{128, 0, "FBar_CD", Fault::Overflow}, Case{133, 1, "FBar_CD", Fault::Overflow},
+                        Case{-1, 0, "FBar_CD", Fault::Negative}, Case{5, 2, "FBar_EANorITF", Fault::Overflow},
+                        Case{5, -1, "FBar_EANorITF", Fault::Negative}, Case{5, kNullNumber, "FBar_EANorITF", Fault::Null}}) {
+    FlexiBarcodeRow f;
+    f.FBar_CD = c.cd;
+    f.FBar_EANorITF = c.kind;
+    f.KVRBinData = bytes({1, 2, 3});
+    Status s = encodeSmallRecord(f, cp);
+    ASSERT_FALSE(s.ok()) << c.cd << " " << c.kind;
+    EXPECT_EQ(s.error().column, c.column);
+    EXPECT_EQ(s.error().fault, c.fault);
+    EXPECT_EQ(f.KVRBinData, bytes({1, 2, 3}));  // the old record stays
+  }
 }
 
 TEST_F(SmallRecords, FlexiBarcodeDigitPairs) {

@@ -437,9 +437,77 @@ TEST(Mirror, KilledAnywhereInTheEndLeavesTheWholeOldOrTheWholeNewMirror) {
 }
 
 #include "chain_generator.h"
+#include "codec/code_page.h"
 
-// A generated chain: start, end, start again, and every mirrored column of every table is equal,
-// PLUs through their records alone.
+namespace {
+
+// Columns that the end computes from the others when it packs a PLU: its record, the status
+// bytes and flags, and the twelve barcode digits. They are compared through what they are made of.
+bool derivedByThePack(const std::string& column) {
+    static const char* const prefixes[] = {"Stat1_Byte", "Stat2_Byte", "StatB_Byte", "Stat2B_Byte"};
+    for (const char* p : prefixes)
+        if (column.rfind(p, 0) == 0) return true;
+    return column == "KVRBinData" || column == "PLU_EANData" || column == "Stat2_LBFormat1" ||
+           column == "Stat2_BARFormat";
+}
+
+// What a PLU column holds after an end and a start, by the rules of its record field where the
+// record does not carry the value as the editor left it: a nutrition text fills its whole field
+// (zero bytes included), and the 33 bytes of the preset name are not the column's content.
+// Only the texts of the country's nutrition block are in the record.
+Value afterARun(const Recordset& rs, const std::string& column, const Value& v, const codec::CodePage& cp,
+                int country) {
+    std::vector<std::pair<const char*, size_t>> nutritionTexts;
+    if (country == 30) nutritionTexts = {{"PLU_Nutr_SerSize_BZ", 20}};
+    else nutritionTexts = {{"PLU_Nutr_SerSize", 20}, {"PLU_Nutr_SerCont", 10}};
+    if (country == 26) {
+        nutritionTexts.push_back({"PLU_Nutr_SerSizeNew_CU", 40});
+        nutritionTexts.push_back({"PLU_Nutr_SerContNew_CU", 40});
+    }
+    if (column == "PLU_CPLUPreset" && rs.intValue("Stat2B_PreName") != 0) return Value(Bytes(33, 0));
+    for (const auto& [name, width] : nutritionTexts)
+        if (column == name && rs.intValue("Stat2_Nutrition") != 0 && !v.isNull()) {
+            std::vector<uint8_t> field(width, 0);
+            cp.encodeField(v.toText(), field.data(), width);
+            return Value(cp.decode(field.data(), width));
+        }
+    return v;
+}
+
+// Every mirrored table, row by row; the PLU columns as `expectAfterARun` says.
+std::string dumpChain(MirrorChain& c, bool expectAfterARun) {
+    const codec::CodePage& cp = *c.state->codePage;
+    std::string out;
+    for (const auto& f : mirrorTextFiles()) {
+        const bool plu = std::string(f.table) == "KVR_25";
+        out += std::string("[") + f.table + "]\n";
+        for (Recordset rs(c.db(), f.table); !rs.eof(); rs.moveNext()) {
+            for (int i = 0; i < rs.fieldCount(); ++i) {
+                const std::string& name = rs.field(i).name;
+                if (plu && derivedByThePack(name)) continue;
+                Value v = rs.value(i);
+                if (plu && expectAfterARun) v = afterARun(rs, name, v, cp, c.state->settings.CountryIndex);
+                out += name + "=";
+                if (v.isNull()) out += "<null>";
+                else if (v.isBytes()) {
+                    static const char* hex = "0123456789ABCDEF";
+                    for (uint8_t b : v.bytes()) {
+                        out += hex[b >> 4];
+                        out += hex[b & 15];
+                    }
+                } else out += v.toText();
+                out += ";";
+            }
+            out += "\n";
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+// A generated chain: end, start, end, start, and every mirrored column of every table is as it
+// was before the first end, PLUs through their records alone.
 TEST(Mirror, GeneratedChainRoundTripsThroughStartEndStart) {
     MirrorChain c;
     c.start();
@@ -450,9 +518,10 @@ TEST(Mirror, GeneratedChainRoundTripsThroughStartEndStart) {
         shape.stores = 3;
         datagen::generateChain(c.db(), env, shape, 2024);
     }
+    // The rows as the editors left them, before anything went through the mirror.
+    const std::string first = dumpChain(c, true);
     ASSERT_TRUE(c.end().empty());
     c.start();
-    const std::string first = c.dump();
     EXPECT_EQ(Recordset(c.db(), "KVR_25").recordCount(), 3000);
     EXPECT_EQ(Recordset(c.db(), "select * from KVR_25 where Is_Selected <> 0").recordCount(), 0);
     // The PLU rows hold far more than the text file carries: names, prices, nutrition, barcodes.
@@ -463,7 +532,7 @@ TEST(Mirror, GeneratedChainRoundTripsThroughStartEndStart) {
     ASSERT_TRUE(c.end().empty());
     EXPECT_TRUE(c.app.read("AccessData/tempplukvr.txt") == records) << "the PLU records changed";
     c.start();
-    const std::string second = c.dump();
+    const std::string second = dumpChain(c, false);
     c.end();
     if (second != first) {
         // Name the first rows and columns that differ rather than print two whole chains.

@@ -1,9 +1,11 @@
 #include "chain_generator.h"
 
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "codec/barcode.h"
 #include "codec/plu_row.h"
 #include "codec/small_records.h"
 #include "plu_row_generator.h"
@@ -31,6 +33,47 @@ void insertRow(store::Database& db, store::RowMapper<Row>& map, Row& row, const 
 
 }  // namespace
 
+// The barcode of PLU i: the slots run through every built-in format of the EAN list (last byte
+// below 10), then of the ITF list (10 and above), then the flexi formats 33 and 34 of both kinds
+// and 35, which has no flexi row. The item code has between 1 and N digits, N from the format's
+// own line.
+template <class Num>
+void setBarcode(codec::PluRow& row, const codec::CodecEnvironment& env, long i, Num& num) {
+    if (!env.barcodeLists) throw std::runtime_error("no barcode lists for the generated PLUs");
+    const long slot = i % kBarcodeSlots;
+    int64_t format, lastByte;
+    if (slot < 66) {
+        format = slot % 33;
+        lastByte = slot < 33 ? num(0, 9) : num(10, 99);
+    } else {
+        format = 33 + (slot - 66) / 2;
+        lastByte = (slot - 66) % 2 ? num(0, 9) : num(10, 99);
+    }
+    int n = 10;
+    if (format <= codec::kLastBuiltInFormat) {
+        // Read here as the file states it, not through the codec, so that a codec reading
+        // another line cuts these codes and the round trip shows it: REF, then B00, B01, ...
+        const auto& list = lastByte < 10 ? env.barcodeLists->EAN_EDIT : env.barcodeLists->ITF_EDIT;
+        const codec::Status s = codec::formatLineItemDigits(list.at(static_cast<size_t>(format) + 1), n);
+        if (!s.ok()) throw std::runtime_error("barcode format " + std::to_string(format) + ": " + s.message());
+    } else if (format == 33) {
+        n = lastByte < 10 ? 4 : 6;  // the flexi rows made above
+    } else if (format == 34) {
+        n = lastByte < 10 ? 8 : 3;
+    }
+    std::string item;
+    const int most = n > 10 ? 10 : n;
+    const int len = most < 1 ? 0 : static_cast<int>(num(0, 1) ? most : num(1, most));
+    for (int d = 0; d < len; ++d) item += static_cast<char>('0' + num(d == 0 ? 1 : 0, 9));
+    // Left-aligned (format 0): the zeros behind the code are padding, so the code ends otherwise.
+    if (format == 0 && !item.empty() && item.back() == '0') item.back() = '7';
+    if (item.empty()) item = "0";
+    row.Stat2_ItemCode = 1;
+    row.PLU_BarFormat = format;
+    row.PLU_EANLastByte = lastByte;
+    row.PLU_EANItemCode = item;
+}
+
 void generateChain(store::Database& db, const codec::CodecEnvironment& env, const ChainShape& shape, uint32_t seed) {
     std::mt19937 rng(seed);
     auto num = [&](int64_t lo, int64_t hi) { return std::uniform_int_distribution<int64_t>(lo, hi)(rng); };
@@ -51,9 +94,11 @@ void generateChain(store::Database& db, const codec::CodecEnvironment& env, cons
             row.FBar_ItemDigitNo = no == 1 ? (kind ? 4 : 6) : (kind ? 8 : 3);
             row.FBar_Data1Type = num(0, 5);
             row.FBar_Data2Type = num(0, 5);
-            row.FBar_FBarDigitNo = 12;
-            // As the flexi barcode editor saves it: the check digit setting with the kind in bit 7.
-            row.FBar_CD = num(0, 3) + 128 * kind;
+            // One digit each: the record packs these as digit pairs, where a second digit
+            // pushes the next field along and the last one is cut off.
+            row.FBar_FBarDigitNo = num(1, 9);
+            // As the flexi barcode editor saves it: the check digit setting and the kind apart.
+            row.FBar_CD = num(0, 3);
             row.FBar_Data1 = num(0, 9);
             row.FBar_Data2 = num(0, 9);
             row.FBar_Data1SH = num(0, 9);
@@ -151,6 +196,7 @@ void generateChain(store::Database& db, const codec::CodecEnvironment& env, cons
     store::RowMapper<codec::PluRow> pluMap(db, "KVR_25", codec::pluColumns());
     codec::test::PluRowGenerator gen(seed);
     auto& insert = db.cached(pluMap.insertSql());
+    long barcodes = 0;
     for (long i = 0; i < shape.plus; ++i) {
         codec::PluRow row = gen.next(env.settings.CountryIndex);
         row.PLU_No = 1 + i * 9 % 999990;
@@ -158,6 +204,7 @@ void generateChain(store::Database& db, const codec::CodecEnvironment& env, cons
         row.SECT_No = 1 + (i / shape.stores) % shape.sectionsPerStore;
         const auto& groups = groupsOfStore[static_cast<size_t>(row.ST_No)];
         if (row.Stat2_MGCode) row.PLU_MG = groups[static_cast<size_t>(i) % groups.size()];
+        if (i % 8 != 7 || row.Stat2_ItemCode) setBarcode(row, env, barcodes++, num);
         row.Is_Selected = 0;
         pluMap.bind(insert, row);
         insert.step();

@@ -19,6 +19,13 @@ struct ChainShape {
     long plus = 1000;
 };
 
+// The PLUs with an item code take every barcode format 0..32 of both lists, then the flexi
+// formats 33 to 35 of both kinds, in turn: kBarcodeSlots of them a round. Every eighth PLU may
+// have no item code. Item codes have at most the N of their format's line, as the editor allows.
+inline constexpr long kBarcodeSlots = 72;
+
+// PLU rows are inserted as the editor leaves them, without a record: the end packs them. Needs
+// the barcode lists of the parameter file in `env`.
 void generateChain(store::Database& db, const codec::CodecEnvironment& env, const ChainShape& shape,
                    uint32_t seed);
 

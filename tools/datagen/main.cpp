@@ -1,12 +1,14 @@
 // brindale-datagen: writes a seeded, realistic chain as the mirror of an application folder.
 //   brindale-datagen APPLICATION_FOLDER PLU_COUNT [SEED] [STORES]
-// The folder needs ini/ and Database/ABC1.txt; its AccessData/ is replaced.
+// The folder needs ini/ and Database/ABC1.txt; its AccessData/ is replaced, and with more than
+// one store ini/SETTING1.cfg is set to multi store mode.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include "chain_generator.h"
+#include "chain_settings.h"
 #include "shell/program_state.h"
 #include "store/fatal_error.h"
 #include "store/mirror.h"
@@ -42,6 +44,7 @@ int main(int argc, char** argv) {
         auto report = brindale::store::writeMirror(*conn, st.appDir, options);
         conn.reset();
         fs::remove(db);
+        brindale::datagen::writeChainSettings(st.appDir, shape.stores);
         for (const auto& w : report.warnings) std::fprintf(stderr, "%s\n", w.c_str());
         std::printf("wrote %ld PLUs in %d stores to %s/AccessData\n", shape.plus, shape.stores, st.appDir.c_str());
         return report.warnings.empty() ? 0 : 1;

@@ -61,6 +61,14 @@ int itemDigitsOfLine(std::string_view line) {
   return n;
 }
 
+int builtInItemDigits(const BarcodeLists* lists, int64_t format, int64_t kind) {
+  const std::string* line = nullptr;
+  if (lists) line = builtInFormatLine(kind == 1 ? lists->EAN_EDIT : lists->ITF_EDIT, format);
+  // The position counts the REF line as 0, as the key Bk does.
+  if (!line) fail(Fault::MissingFormatLine, kind == 1 ? "EAN_EDIT" : "ITF_EDIT", format + 1);
+  return itemDigitsOfLine(*line);
+}
+
 namespace {
 
 // N of a format: built-in formats from their edit list, flexi formats (33 and above) from their
@@ -74,11 +82,7 @@ int itemDigits(const CodecEnvironment& env, int64_t format, int64_t kind) {
       }
     return 10;
   }
-  const std::vector<std::string>* list = nullptr;
-  if (env.barcodeLists) list = kind == 1 ? &env.barcodeLists->EAN_EDIT : &env.barcodeLists->ITF_EDIT;
-  if (format < 0 || !list || static_cast<std::size_t>(format) >= list->size())
-    fail(Fault::MissingFormatLine, kind == 1 ? "EAN_EDIT" : "ITF_EDIT", format + 1);
-  return itemDigitsOfLine((*list)[static_cast<std::size_t>(format)]);
+  return builtInItemDigits(env.barcodeLists, format, kind);
 }
 
 bool allDigits(std::string_view s) {
@@ -194,6 +198,16 @@ Status getInheritedSetting(InheritanceSource* source, const PluRow& row, int kin
 
 Status formatLineItemDigits(std::string_view line, int& digits) {
   return guarded([&] { digits = detail::itemDigitsOfLine(line); });
+}
+
+const std::string* builtInFormatLine(const std::vector<std::string>& editList, int64_t format) {
+  if (format < 0 || format > kLastBuiltInFormat) return nullptr;
+  const std::size_t at = static_cast<std::size_t>(format) + 1;  // past the REF line
+  return at < editList.size() ? &editList[at] : nullptr;
+}
+
+Status builtInFormatItemDigits(const BarcodeLists* lists, int64_t format, int64_t kind, int& digits) {
+  return guarded([&] { digits = detail::builtInItemDigits(lists, format, kind); });
 }
 
 Status setEANData(const CodecEnvironment& env, RememberedSettings& remembered, PluRow& row, bool inherit) {

@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "codec/environment.h"
 #include "codec/plu_row.h"
@@ -23,6 +24,19 @@ Status getInheritedSetting(InheritanceSource* source, const PluRow& row, int kin
 // Number of item digits N of a built-in format line: character 5, or characters 5 and 6 when
 // character 6 is not ",".
 Status formatLineItemDigits(std::string_view line, int& digits);
+
+// The built-in formats are 0 to 32; 33 and above are flexi barcodes.
+inline constexpr int64_t kLastBuiltInFormat = 32;
+
+// The line of a built-in format in an edit list (EAN_EDIT or ITF_EDIT as BarcodeLists holds
+// them): the list starts with its REF line, so format k is the line keyed Bk, one place after
+// k. nullptr for a format outside 0..32 or a list too short to hold it. Every reader of a
+// format line goes through here.
+const std::string* builtInFormatLine(const std::vector<std::string>& editList, int64_t format);
+
+// N of a built-in format of a barcode kind (1: EAN_EDIT, 0: ITF_EDIT, as FBar_EANorITF counts
+// them), from its line; MissingFormatLine when the list has no line for it.
+Status builtInFormatItemDigits(const BarcodeLists* lists, int64_t format, int64_t kind, int& digits);
 
 // Rewrites PLU_EANData (and PLU_EANItemCode when it is longer than the format allows). With
 // `inherit` and a PLU_BarFormat of 255 the format and last byte come from the remembered

@@ -11,6 +11,7 @@ int16_t inheritedSetting(InheritanceSource* source, const PluRow& row, int kind)
 int64_t resolveRemembered(InheritanceSource* source, RememberedSettings& rem, int64_t& slot, const PluRow& row,
                           int kind);
 int itemDigitsOfLine(std::string_view line);
+int builtInItemDigits(const BarcodeLists* lists, int64_t format, int64_t kind);
 void setEANData(const CodecEnvironment& env, RememberedSettings& remembered, PluRow& row, bool inherit);
 void splitEANData(const CodecEnvironment& env, PluRow& row);
 

@@ -185,12 +185,15 @@ Status encodeSmallRecord(FlexiBarcodeRow& row, const CodePage& cp) {
                        {row.FBar_FBarDigitNo, "FBar_FBarDigitNo"}},
                       group),
          buf, 6, 10, "FBar_Type");
-    // Check digit setting and barcode kind share byte 11; its hexadecimal digits are packed, so
-    // the byte equals the column's value.
+    // Check digit setting (bits 0 to 6) and barcode kind (bit 7) share byte 11. The table keeps
+    // them in two columns; a value that would spill into the other's bits cannot be stored.
     checkNull(row.FBar_CD, "FBar_CD");
-    if (row.FBar_CD > kInt32Max || row.FBar_CD < kInt32Min) fail(Fault::Overflow, "FBar_CD", row.FBar_CD, kInt32Max);
-    const int n = std::snprintf(num, sizeof num, "%X", static_cast<unsigned>(static_cast<int32_t>(row.FBar_CD)));
-    pack(std::string_view(num, static_cast<std::size_t>(n)), buf, 11, 11, "FBar_CD");
+    checkNull(row.FBar_EANorITF, "FBar_EANorITF");
+    if (row.FBar_CD < 0) fail(Fault::Negative, "FBar_CD", row.FBar_CD);
+    if (row.FBar_CD > 127) fail(Fault::Overflow, "FBar_CD", row.FBar_CD, 127);
+    if (row.FBar_EANorITF < 0) fail(Fault::Negative, "FBar_EANorITF", row.FBar_EANorITF);
+    if (row.FBar_EANorITF > 1) fail(Fault::Overflow, "FBar_EANorITF", row.FBar_EANorITF, 1);
+    buf[11] = static_cast<uint8_t>(row.FBar_CD + 128 * row.FBar_EANorITF);
     pack(zeroPrefixed({{row.FBar_Data1Type, "FBar_Data1Type"},
                        {row.FBar_Data2Type, "FBar_Data2Type"},
                        {row.FBar_Data1SH, "FBar_Data1SH"},
