@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 
 #include <cstdio>
+#include <set>
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -167,6 +168,30 @@ bool Application::end() {
     ended_ = true;
     StatusScreen closing("frmEnd", "labDisplay");
     closing.centre();
+    std::set<std::string> askedAbout;  // the PLUs the operator has seen listed already
+    closing.keptRecordsAsker = [this, &closing, &askedAbout](const std::vector<store::PluPackProblem>& problems) {
+        // Nobody may be at the screen when the session ends: the records are kept as they were.
+        if (terminationPending_) return true;
+        closing.hide();
+        QString text = guardText("msgbox", "pluUnpackable", "These PLUs cannot be packed as they stand:");
+        for (size_t i = 0; i < problems.size() && i < 20; ++i) {
+            const auto& p = problems[i];
+            text += QString("\nPLU %1 (%2 %3): %4")
+                        .arg(p.PLU_No)
+                        .arg(guardText("frmMain_Menu", "menuStore", "Store"))
+                        .arg(p.ST_No)
+                        .arg(QString::fromStdString(p.reason));
+        }
+        if (problems.size() > 20) text += QString("\n… (+%1)").arg(problems.size() - 20);
+        text += "\n\n" + guardText("msgbox", "pluUnpackableAsk",
+                                    "Yes: go back and correct them. No: end anyway; each of them keeps its last "
+                                    "good record, so that nothing is lost.");
+        const bool goBack = Messages::show(text, MsgIcon::Exclamation, MsgButtons::YesNo, main_.get()) == MsgResult::Yes;
+        for (const auto& p : problems) askedAbout.insert("PLU " + std::to_string(p.PLU_No) + " of store " + std::to_string(p.ST_No) + ":");
+        if (!goBack) closing.show();
+        return !goBack;
+    };
+    endWarningTitle_ = guardText("msgbox", "endWarnings", "What the end could not write as it stood:");
     std::vector<std::string> warnings;
     for (;;) {
         try {
@@ -176,6 +201,12 @@ bool Application::end() {
             closing.repaint();
             warnings = endProgram(state_, closing);
             break;
+        } catch (const store::MirrorCancelled&) {
+            // The operator goes back to correct the PLUs: nothing was changed.
+            closing.hide();
+            if (main_) main_->setEnabled(true);
+            ended_ = false;
+            return false;
         } catch (const std::exception& e) {
             closing.hide();
             if (!state_.Conn) {
@@ -206,13 +237,18 @@ bool Application::end() {
         }
     }
     closing.hide();
+    std::erase_if(warnings, [&](const std::string& w) {
+        const auto colon = w.find(':');
+        return colon != std::string::npos && askedAbout.count(w.substr(0, colon + 1)) > 0;
+    });
     if (!warnings.empty() && terminationPending_) {
         // Nobody may be at the screen when the session ends: the list goes to the error output.
         for (const auto& w : warnings) std::fprintf(stderr, "Brindale: %s\n", w.c_str());
     } else if (!warnings.empty()) {
-        QString text = QObject::tr("These PLUs could not be packed as they stood:");
+        // The language table is closed with the database: the texts were taken before the end.
+        QString text = endWarningTitle_;
         for (size_t i = 0; i < warnings.size() && i < 20; ++i) text += "\n" + QString::fromStdString(warnings[i]);
-        if (warnings.size() > 20) text += QObject::tr("\n... and %1 more").arg(warnings.size() - 20);
+        if (warnings.size() > 20) text += QString("\n… (+%1)").arg(warnings.size() - 20);
         Messages::show(text, MsgIcon::Exclamation);
     }
     exitLoop(0);

@@ -56,7 +56,8 @@ private:
     bool ended_ = false;
     bool terminationPending_ = false;
     int mainLoopLevel_ = 0;
-    bool started_ = false;  // start() has returned with the main window up
+    bool started_ = false;
+    QString endWarningTitle_;  // start() has returned with the main window up
     int terminationTries_ = 0;
 };
 

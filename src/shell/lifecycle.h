@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "program_state.h"
+#include "store/mirror.h"
 
 namespace brindale::shell {
 
@@ -20,6 +21,12 @@ public:
     // mirror, delete it, or stop the start and leave it (the run is ending)?
     enum class Recover { Yes, No, Stop };
     virtual Recover askRecover() { return Recover::No; }
+    // Some PLUs cannot be packed as they stand: end anyway, each keeping its last good record
+    // (true), or go back and correct them (false: the end is cancelled, nothing changes)?
+    virtual bool confirmKeptRecords(const std::vector<store::PluPackProblem>& problems) {
+        (void)problems;
+        return true;
+    }
 };
 
 enum class StartResult {
@@ -48,7 +55,8 @@ StartResult runStartup(ProgramState& state, LifecycleView& view);
 std::string fillIn(std::string text, const std::vector<std::string>& values);
 
 // The end of the run: the mirror is written, everything is closed, the database file deleted.
-// Returns what could not be packed as it stood (each such PLU kept its last record).
+// Returns what could not be packed as it stood (each such PLU kept its last record). When the
+// view declines to keep those records, store::MirrorCancelled is thrown and nothing changes.
 std::vector<std::string> endProgram(ProgramState& state, LifecycleView& view);
 
 // Writes the mirror from the working database left by a run that did not end.

@@ -22,6 +22,10 @@ public:
     void progress(long done, long total) override;
     Recover askRecover() override { return recoverAsker ? recoverAsker() : Recover::No; }
     std::function<Recover()> recoverAsker;
+    bool confirmKeptRecords(const std::vector<store::PluPackProblem>& problems) override {
+        return keptRecordsAsker ? keptRecordsAsker(problems) : true;
+    }
+    std::function<bool(const std::vector<store::PluPackProblem>&)> keptRecordsAsker;
     QLabel* label() const { return label_; }
     void centre();
 

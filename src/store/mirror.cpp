@@ -774,9 +774,6 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     fs::remove_all(staging, ec);
     fs::create_directories(staging, ec);
     if (ec) throw FatalError(staging, 0, "the folder cannot be made: " + ec.message());
-    // The page the records of this set are written in, so that the next start reads them in it.
-    writeMirrorCodePage(staging, codePageOf(options, "writeMirror").name());
-
     // An end that fails while the old mirror still stands leaves it the only one: the new set
     // beside it, half or whole, is removed (a new set without the old one is kept: the next start
     // puts it in place).
@@ -788,26 +785,22 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
             if (fs::exists(live, e)) fs::remove_all(staging, e);
         }
     } dropStaging{live, staging};
+    // The page the records of this set are written in, so that the next start reads them in it.
+    writeMirrorCodePage(staging, codePageOf(options, "writeMirror").name());
+
 
     Progress p{options};
     for (const auto& f : mirrorTextFiles()) p.total += countRows(db, f.table);
     for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
     MirrorReport report;
-    try {
-        // Every row is read once, in order: map the file rather than copy each page in.
-        db.exec("PRAGMA mmap_size=1073741824");
-        exportTextFiles(db, staging, p);
-        exportRecordFiles(db, staging, options, p, report);
-        if (!report.problems.empty() && options.confirmKeptRecords && !options.confirmKeptRecords(report.problems))
-            throw MirrorCancelled(report.problems);
-        syncFileSystem(staging);
-        syncFolder(staging);
-    } catch (...) {
-        // The old mirror was never touched; nothing of this end is left behind.
-        fs::remove_all(staging, ec);
-        syncFolder(appDir);
-        throw;
-    }
+    // Every row is read once, in order: map the file rather than copy each page in.
+    db.exec("PRAGMA mmap_size=1073741824");
+    exportTextFiles(db, staging, p);
+    exportRecordFiles(db, staging, options, p, report);
+    if (!report.problems.empty() && options.confirmKeptRecords && !options.confirmKeptRecords(report.problems))
+        throw MirrorCancelled(report.problems);
+    syncFileSystem(staging);
+    syncFolder(staging);
     p.checkpoint();
 
     if (!fs::exists(live, ec)) {

@@ -448,6 +448,58 @@ TEST_F(RunFaults, FullDiskWhenChoosingALanguageKeepsTheSettingsFileWhole) {
     ::umount2(small.c_str(), MNT_DETACH);
 }
 
+// A PLU that cannot be packed at the end: the operator is told which, in which column and why,
+// and may go back to correct it (nothing changes) or end anyway (it keeps its last good record).
+TEST_F(RunFaults, UnpackablePluAtTheEndIsNamedAndTheOperatorChooses) {
+    GuiApp g;
+    savedChain(g);
+    g.state().Conn->exec("INSERT INTO KVR_25 (PLU_No, ST_No, SECT_No, PLU_UPrice) VALUES (42, 1, 1, 1234)");
+    g.end();
+    auto dir = std::move(g.dir);
+    g.app.reset();
+    const std::string records = slurp(dir->path("AccessData/tempplukvr.txt"));
+    ASSERT_FALSE(records.empty());
+
+    GuiApp again(std::move(dir));
+    ASSERT_EQ(again.start(), 0);
+    again.state().Conn->exec("UPDATE KVR_25 SET PLU_MG = 10000, Stat2_MGCode = 1, PLU_UPrice = 555 WHERE PLU_No = 42");
+    std::vector<shell::MessageRecord> asked;
+    shell::MsgResult answer = shell::MsgResult::Yes;  // first: go back and correct
+    shell::Messages::setResponder([&](const shell::MessageRecord& r) {
+        asked.push_back(r);
+        return answer;
+    });
+    again.w().close();
+    ASSERT_EQ(asked.size(), 1u);
+    const std::string text = asked[0].text.toStdString();
+    EXPECT_TRUE(asked[0].buttons == shell::MsgButtons::YesNo);
+    EXPECT_NE(text.find(again.text("msgbox", "pluUnpackable")), std::string::npos) << text;
+    EXPECT_NE(text.find("PLU 42"), std::string::npos) << text;
+    EXPECT_NE(text.find("PLU_MG"), std::string::npos) << text;
+    EXPECT_NE(text.find("10000"), std::string::npos) << text;
+    EXPECT_FALSE(again.app->ended());
+    EXPECT_TRUE(again.state().Conn && again.state().Conn->isOpen());
+    EXPECT_EQ(again.count("select * from KVR_25 where PLU_No=42 and PLU_UPrice=555"), 1);
+    EXPECT_EQ(slurp(again.dir->path("AccessData/tempplukvr.txt")), records);
+    EXPECT_FALSE(fs::exists(again.dir->path("AccessData.new")));
+
+    answer = shell::MsgResult::No;  // now: end anyway
+    asked.clear();
+    again.w().close();
+    EXPECT_EQ(asked.size(), 1u);  // the question only: the list is not shown a second time
+    EXPECT_TRUE(again.app->ended());
+    EXPECT_FALSE(dbLeft(again));
+    EXPECT_EQ(slurp(again.dir->path("AccessData/tempplukvr.txt")), records) << "the last good record was not kept";
+    auto dir2 = std::move(again.dir);
+    again.app.reset();
+
+    answerYes();
+    GuiApp third(std::move(dir2));
+    ASSERT_EQ(third.start(), 0);
+    EXPECT_EQ(third.count("select * from KVR_25 where PLU_No=42 and PLU_UPrice=1234"), 1);
+    third.end();
+}
+
 namespace {
 
 // Runs the built program in `dir` until its working database stands; returns it running.
