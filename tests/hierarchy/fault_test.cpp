@@ -59,6 +59,20 @@ std::string fillDisk(const std::string& dir) {
     return filler;
 }
 
+// A fresh application folder on a small file system of its own (16 MB, mounted in this
+// process's namespace, so it goes with the process), for a test to fill. `mountPoint` stays
+// empty when it cannot be mounted.
+GuiApp onSmallDisk(std::string& mountPoint) {
+    const std::string small = (fs::temp_directory_path() / ("brindale-small-" + std::to_string(::getpid()))).string();
+    fs::create_directories(small);
+    if (::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=16m") == 0) mountPoint = small;
+    else ADD_FAILURE() << "tmpfs: " << std::strerror(errno);
+    ::setenv("TMPDIR", small.c_str(), 1);
+    GuiApp g;
+    ::unsetenv("TMPDIR");
+    return g;
+}
+
 std::string slurp(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(f), {});
@@ -355,12 +369,9 @@ TEST_F(RunFaults, ReadOnlyMirrorFolderKeepsTheRunGoingWithTheOldMirror) {
 // whole mirror and the run ends.
 TEST_F(RunFaults, FullDiskAtTheEndOffersRetryAndNothingIsLost) {
     ASSERT_TRUE(mountsAllowed) << mountProblem;
-    const std::string small = (fs::temp_directory_path() / ("brindale-small-" + std::to_string(::getpid()))).string();
-    fs::create_directories(small);
-    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=16m"), 0) << std::strerror(errno);
-    ::setenv("TMPDIR", small.c_str(), 1);
-    GuiApp g;
-    ::unsetenv("TMPDIR");
+    std::string small;
+    GuiApp g = onSmallDisk(small);
+    ASSERT_FALSE(small.empty()) << "no small file system";
     ASSERT_EQ(g.dir->dir().rfind(small, 0), 0u);
     savedChain(g);
     const std::string filler = fillDisk(small);
@@ -382,22 +393,15 @@ TEST_F(RunFaults, FullDiskAtTheEndOffersRetryAndNothingIsLost) {
     EXPECT_FALSE(dbLeft(g));
     EXPECT_NE(slurp(g.dir->path("AccessData/tempscale.txt")).find("Deli"), std::string::npos);
     EXPECT_FALSE(fs::exists(g.dir->path("AccessData.new")));
-    const std::string dir = g.dir->dir();
-    g.app.reset();
-    g.dir.reset();
-    ::umount2(small.c_str(), MNT_DETACH);
 }
 
 // The same full disk when the run is ended from outside: nobody can be asked, so the working
 // database stays for the next start, which recovers every saved change.
 TEST_F(RunFaults, FullDiskAtAnEndFromOutsideKeepsTheDatabaseForRecovery) {
     ASSERT_TRUE(mountsAllowed) << mountProblem;
-    const std::string small = (fs::temp_directory_path() / ("brindale-small-" + std::to_string(::getpid()))).string();
-    fs::create_directories(small);
-    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=16m"), 0) << std::strerror(errno);
-    ::setenv("TMPDIR", small.c_str(), 1);
-    GuiApp g;
-    ::unsetenv("TMPDIR");
+    std::string small;
+    GuiApp g = onSmallDisk(small);
+    ASSERT_FALSE(small.empty()) << "no small file system";
     savedChain(g);
     const std::string filler = fillDisk(small);
     g.app->requestTermination();
@@ -413,21 +417,15 @@ TEST_F(RunFaults, FullDiskAtAnEndFromOutsideKeepsTheDatabaseForRecovery) {
     EXPECT_EQ(again.count("select * from SCALE where SC_No='Deli'"), 1);
     EXPECT_NE(slurp(again.dir->path("AccessData/tempscale.txt")).find("Deli"), std::string::npos);
     again.end();
-    again.app.reset();
-    again.dir.reset();
-    ::umount2(small.c_str(), MNT_DETACH);
 }
 
 // A full disk when the language is chosen: the settings file cannot be written; it stays whole
 // and the language stays as it was.
 TEST_F(RunFaults, FullDiskWhenChoosingALanguageKeepsTheSettingsFileWhole) {
     ASSERT_TRUE(mountsAllowed) << mountProblem;
-    const std::string small = (fs::temp_directory_path() / ("brindale-small-" + std::to_string(::getpid()))).string();
-    fs::create_directories(small);
-    ASSERT_EQ(::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=16m"), 0) << std::strerror(errno);
-    ::setenv("TMPDIR", small.c_str(), 1);
-    GuiApp g;
-    ::unsetenv("TMPDIR");
+    std::string small;
+    GuiApp g = onSmallDisk(small);
+    ASSERT_FALSE(small.empty()) << "no small file system";
     savedChain(g);
     const std::string settings = slurp(g.dir->path("ini/SETTING1.cfg"));
     const std::string filler = fillDisk(small);
@@ -443,9 +441,6 @@ TEST_F(RunFaults, FullDiskWhenChoosingALanguageKeepsTheSettingsFileWhole) {
     fs::remove(filler);
     g.end();
     EXPECT_TRUE(g.app->ended());
-    g.app.reset();
-    g.dir.reset();
-    ::umount2(small.c_str(), MNT_DETACH);
 }
 
 // A PLU that cannot be packed at the end: the operator is told which, in which column and why,

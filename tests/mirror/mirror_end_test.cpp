@@ -410,15 +410,12 @@ std::vector<size_t> boundaries(const MirrorRecordFile& f, const std::string& dat
 TEST(MirrorEnd, MirrorCutAtARecordBoundaryChangesNoRowThroughStartEndStart) {
     MirrorChain c;
     c.start();
-    {
-        const auto env = c.state->codecEnvironment();
-        datagen::ChainShape shape;
-        shape.plus = 40;
-        shape.stores = 2;
-        shape.departmentsPerStore = 2;
-        shape.mainGroupsPerDepartment = 2;
-        datagen::generateChain(c.db(), env, shape, 77);
-    }
+    datagen::ChainShape shape;
+    shape.plus = 40;
+    shape.stores = 2;
+    shape.departmentsPerStore = 2;
+    shape.mainGroupsPerDepartment = 2;
+    c.generate(shape, 77);
     addRecordRows(c);
     ASSERT_TRUE(c.end().empty());
     std::map<std::string, std::string> whole;
@@ -471,13 +468,10 @@ TEST(MirrorEnd, TenThousandPluChainKeepsEveryRecordThroughFiveCycles) {
     const auto began = std::chrono::steady_clock::now();
     MirrorChain c;
     c.start();
-    {
-        const auto env = c.state->codecEnvironment();
-        datagen::ChainShape shape;
-        shape.plus = 10000;
-        shape.stores = 3;
-        datagen::generateChain(c.db(), env, shape, 4711);
-    }
+    datagen::ChainShape shape;
+    shape.plus = 10000;
+    shape.stores = 3;
+    c.generate(shape, 4711);
     // Every format of both lists and the flexi formats are in use.
     for (int kind = 0; kind <= 1; ++kind)
         for (int format = 0; format <= 35; ++format) {

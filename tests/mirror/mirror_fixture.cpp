@@ -51,4 +51,9 @@ std::string MirrorChain::dump() {
     return out;
 }
 
+void MirrorChain::generate(const datagen::ChainShape& shape, uint32_t seed) {
+    const auto env = state->codecEnvironment();
+    datagen::generateChain(db(), env, shape, seed);
+}
+
 }  // namespace brindale::testing

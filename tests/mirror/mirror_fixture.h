@@ -8,6 +8,7 @@
 #include "shell/lifecycle.h"
 #include "shell/program_state.h"
 #include "store/recordset.h"
+#include "chain_generator.h"
 #include "support/temp_app.h"
 
 namespace brindale::testing {
@@ -31,6 +32,8 @@ public:
     std::vector<std::string> end();
     store::Database& db() { return *state->Conn; }
 
+    // A seeded chain of the given shape, generated into the running database.
+    void generate(const datagen::ChainShape& shape, uint32_t seed);
     // Adds a row to a table with the given column values.
     void add(const std::string& table, std::initializer_list<std::pair<const char*, store::Value>> values);
     // Every column of every table the mirror keeps, row by row in table order.

@@ -511,13 +511,10 @@ std::string dumpChain(MirrorChain& c, bool expectAfterARun) {
 TEST(Mirror, GeneratedChainRoundTripsThroughStartEndStart) {
     MirrorChain c;
     c.start();
-    {
-        const auto env = c.state->codecEnvironment();
-        datagen::ChainShape shape;
-        shape.plus = 3000;
-        shape.stores = 3;
-        datagen::generateChain(c.db(), env, shape, 2024);
-    }
+    datagen::ChainShape shape;
+    shape.plus = 3000;
+    shape.stores = 3;
+    c.generate(shape, 2024);
     // The rows as the editors left them, before anything went through the mirror.
     const std::string first = dumpChain(c, true);
     ASSERT_TRUE(c.end().empty());
