@@ -132,7 +132,8 @@ Settings readSettings(const std::string& path) {
     Settings s;
     s.LanguageIndex = ranged("the language", 0, 2, "0 Standard, 1 Chinese, 2 Other");
     s.PriceDecimals = ranged("the price decimals", 0, 3, "decimal places");
-    s.DecimalSignIndex = ranged("the decimal sign", 0, 1, "0 point, 1 comma");
+    // 0 is the point and any other value the comma: every number is a valid sign.
+    s.DecimalSignIndex = number("the decimal sign");
     s.WeightDecimals = ranged("the weight decimals", 0, 3, "decimal places");
     s.ScaleTypeIndex = ranged("the scale type", 0, 1, "0 Alder, 1 Birch");
     s.DateTypeIndex = ranged("the date type", 0, 5, "the six date layouts");

@@ -39,7 +39,7 @@ struct Value {
     int low, high;
 };
 const Value kValues[] = {
-    {1, "the language", 0, 2},      {2, "the price decimals", 0, 3}, {3, "the decimal sign", 0, 1},
+    {1, "the language", 0, 2},      {2, "the price decimals", 0, 3},
     {4, "the weight decimals", 0, 3}, {5, "the scale type", 0, 1},   {6, "the date type", 0, 5},
     {7, "the price unit", 0, 2},    {8, "the country", 0, kCountryRows - 1},
     {9, "the store mode", 0, 1},
@@ -85,6 +85,19 @@ TEST(SettingsRange, AValueOutOfItsRangeNamesTheFileTheLineAndTheAllowedValues) {
                 EXPECT_NE(m.find(std::to_string(v.low) + " to " + std::to_string(v.high)), std::string::npos) << m;
             }
         }
+    }
+}
+
+// The decimal sign has no range: 0 is the point, anything else the comma.
+TEST(SettingsRange, EveryDecimalSignOtherThanZeroIsTheComma) {
+    TempApp app(false);
+    for (int n : {0, 1, 2, 9, 255}) {
+        auto lines = validLines();
+        lines[2] = printNumber(n);
+        app.write("s.cfg", join(lines));
+        Settings s;
+        ASSERT_NO_THROW(s = readSettings(app.path("s.cfg"))) << n;
+        EXPECT_EQ(s.DecimalSign(), n == 0 ? "." : ",") << n;
     }
 }
 
