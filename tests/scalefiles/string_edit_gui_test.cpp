@@ -407,3 +407,26 @@ TEST(StringEditGui, ChineseCaptions) {
     EXPECT_EQ(cmd(&f, "cmdAppend")->text(), QString::fromUtf8("追加"));
     EXPECT_EQ(child<QLabel>(&f, "lblLines")->text(), QString::fromUtf8("行数：1（最多4行）"));
 }
+
+TEST(StringEditGui, TheKeysOfTheButtonsAreInTheirTooltips) {
+    EditorState e;
+    FrmStringEdit f(e.state, kCommodityText, {});
+    EXPECT_TRUE(cmd(&f, "cmdInsert")->toolTip().startsWith(cmd(&f, "cmdInsert")->text()));
+    EXPECT_TRUE(cmd(&f, "cmdInsert")->toolTip().contains(QKeySequence(Qt::Key_Insert).toString(QKeySequence::NativeText)));
+    EXPECT_TRUE(cmd(&f, "cmdDelete")->toolTip().contains(QKeySequence(Qt::Key_Delete).toString(QKeySequence::NativeText)));
+    EXPECT_TRUE(cmd(&f, "cmdCancel")->toolTip().contains(QKeySequence(Qt::Key_Escape).toString(QKeySequence::NativeText)));
+    for (const char* b : {"cmdAppend", "cmdInsert", "cmdDelete", "cmdOK", "cmdCancel"})
+        EXPECT_FALSE(cmd(&f, b)->isDefault() || cmd(&f, b)->autoDefault()) << b;  // Enter is the grid's
+}
+
+TEST(StringEditGui, ANumberThatIsNoKindOpensNoWindow) {
+    EditorState e;
+    Answers a;
+    bool opened = false;
+    ModalDriver d("frmStringEdit", [&](QDialog* f) {
+        opened = true;
+        f->reject();
+    });
+    EXPECT_EQ(editTextBlock(e.state, 7, codec::Bytes(Block{0x10, 1, 'A', 0x0C})), std::nullopt);
+    EXPECT_FALSE(opened);
+}
