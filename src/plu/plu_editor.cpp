@@ -426,6 +426,10 @@ std::optional<InputError> checkControl(const PluEditorContext& ctx, const PluFie
     return std::nullopt;
   }
   if (name == "txtMBar") {
+    // What the buffer already holds (as loaded) is not typed input.
+    if (ctx.env.codePage && f.CombMBar >= 0 && f.CombMBar <= 3 &&
+        codec::readMultiBarcode(f.multiBarcodes.buffers[static_cast<std::size_t>(f.CombMBar)], *ctx.env.codePage).text == t)
+      return std::nullopt;
     std::vector<uint8_t> bytes;
     if (ctx.env.codePage) ctx.env.codePage->encode(t, bytes);
     const int most = std::min<int>(lim->maxBytes, multiBarcodeMaxLength(f.CombBarTypeC));

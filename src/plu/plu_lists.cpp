@@ -121,7 +121,7 @@ ComboEntries comboEntries(const PluEditorContext& ctx, const PluFields& fields, 
       if (index) *index = static_cast<int>(i);
       return e;
     }
-  e.push_back({std::to_string(rowValue) + text(ctx, "frmMain_sstab", "MainTabNotInList"), rowValue, true});
+  e.push_back({std::to_string(rowValue) + " " + text(ctx, "frmMain_sstab", "MainTabNotInList"), rowValue, true});
   if (index) *index = static_cast<int>(e.size() - 1);
   return e;
 }
