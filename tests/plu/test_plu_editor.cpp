@@ -489,3 +489,15 @@ TEST_F(Editor, ShowThenSaveKeepsEveryColumnButTheDerivedFlags) {
     }
   }
 }
+
+TEST_F(Editor, BarcodePreviewShowsTheTwelveDigits) {
+  PluRow row = baseRow();
+  PluFields f = showPluData(ctx, row);
+  f.CombBarType = 0;
+  f.combBarcodeFormat = indexOf("combBarcodeFormat", f, 0);
+  f.combBarCode = 5;
+  f.meditItemCode = "123";
+  EXPECT_EQ(barcodePreview(ctx, f, row), "123000000005");
+  f.combBarcodeFormat = indexOf("combBarcodeFormat", f, 10);  // N 6
+  EXPECT_EQ(barcodePreview(ctx, f, row), "000123000005");
+}
