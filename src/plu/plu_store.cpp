@@ -1,0 +1,92 @@
+#include "plu/plu_store.h"
+
+#include "plu/plu_format.h"
+
+namespace brindale::plu {
+
+std::string overlapQuery(std::string_view pluText, int64_t storeNo) {
+  if (pluText.empty() || !allDigits(pluText) || pluText.size() > 9) return {};
+  const auto no = parseScaled(pluText, 0, "");
+  return "Select * from KVR_25 Where PLU_No=" + std::to_string(*no) + " and ST_No=" + std::to_string(storeNo);
+}
+
+bool checkPLUOverlap(store::Database& db, std::string_view pluText, int64_t storeNo, bool asNew,
+                     int64_t currentPluNo, bool copying) {
+  if (copying) return false;
+  const std::string sql = overlapQuery(pluText, storeNo);
+  if (sql.empty()) return false;
+  const int64_t no = *parseScaled(pluText, 0, "");
+  if (!asNew && no == currentPluNo) return false;
+  store::Recordset rs(db, sql);
+  return rs.recordCount() > 0;
+}
+
+codec::PluRow readPluRow(const store::Recordset& rs) {
+  codec::PluRow row;
+  for (const auto& c : codec::pluColumns()) {
+    if (!rs.hasField(c.name)) continue;
+    const store::Value& v = rs.value(c.name);
+    switch (c.kind) {
+      case codec::ColumnKind::Number:
+        row.*c.number = v.isNull() ? codec::kNullNumber : v.toInt();
+        break;
+      case codec::ColumnKind::Text:
+        if (v.isNull()) (row.*c.text).reset();
+        else row.*c.text = v.toText();
+        break;
+      case codec::ColumnKind::Bytes:
+        if (v.isNull()) (row.*c.bytes).reset();
+        else if (v.isBytes()) row.*c.bytes = v.bytes();
+        else {
+          const std::string t = v.toText();
+          row.*c.bytes = std::vector<uint8_t>(t.begin(), t.end());
+        }
+        break;
+    }
+  }
+  return row;
+}
+
+void writePluRow(store::Recordset& rs, const codec::PluRow& row) {
+  const codec::PluRow current = readPluRow(rs);
+  for (const auto& c : codec::pluColumns()) {
+    if (!rs.hasField(c.name)) continue;
+    switch (c.kind) {
+      case codec::ColumnKind::Number: {
+        const int64_t v = row.*c.number;
+        if (v == current.*c.number) break;
+        rs.setValue(c.name, v == codec::kNullNumber ? store::Value() : store::Value(v));
+        break;
+      }
+      case codec::ColumnKind::Text: {
+        const auto& v = row.*c.text;
+        if (v == current.*c.text) break;
+        rs.setValue(c.name, v ? store::Value(*v) : store::Value());
+        break;
+      }
+      case codec::ColumnKind::Bytes: {
+        const auto& v = row.*c.bytes;
+        if (v == current.*c.bytes) break;
+        rs.setValue(c.name, v ? store::Value(*v) : store::Value());
+        break;
+      }
+    }
+  }
+}
+
+std::vector<MainGroupInfo> loadMainGroups(store::Database& db, int64_t storeNo) {
+  std::vector<MainGroupInfo> out;
+  store::Recordset rs(db, "select * from KVR_23 where ST_No=" + std::to_string(storeNo) + " order by MG_No");
+  for (rs.moveFirst(); !rs.eof(); rs.moveNext())
+    out.push_back({rs.intValue("MG_No"), rs.intValue("DP_No"), rs.textValue("MG_Name")});
+  return out;
+}
+
+std::vector<FlexiInfo> loadFlexiFormats(store::Database& db) {
+  std::vector<FlexiInfo> out;
+  store::Recordset rs(db, "select * from KVR_14 order by FBar_No");
+  for (rs.moveFirst(); !rs.eof(); rs.moveNext()) out.push_back({rs.intValue("FBar_No"), rs.intValue("FBar_EANorITF")});
+  return out;
+}
+
+}  // namespace brindale::plu
