@@ -58,11 +58,17 @@ void StatusScreen::repaint() {
 void StatusScreen::progress(long done, long total) {
     if (total <= 0) {
         bar_->setVisible(false);
+        shownPermille_ = -1;
         return;
     }
-    bar_->setVisible(true);
-    bar_->setMaximum(static_cast<int>(std::min<long>(total, INT32_MAX)));
-    bar_->setValue(static_cast<int>(std::min(done, total)));
+    // The bar moves in steps of a thousandth: setting it is costly (Qt measures its text), and
+    // this is called for every row.
+    const long permille = static_cast<long>(std::min(done, total) * 1000 / total);
+    if (permille == shownPermille_) return;
+    shownPermille_ = permille;
+    if (!bar_->isVisible()) bar_->setVisible(true);
+    if (bar_->maximum() != 1000) bar_->setRange(0, 1000);
+    bar_->setValue(static_cast<int>(permille));
     repaint();
 }
 

@@ -33,6 +33,7 @@ private:
     QLabel* label_;
     QProgressBar* bar_;
     QElapsedTimer sincePaint_;
+    long shownPermille_ = -1;
 };
 
 }  // namespace brindale::shell

@@ -9,6 +9,7 @@
 #include <cctype>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <fstream>
 
 #include "codec/plu_record.h"
@@ -790,8 +791,15 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
 
 
     Progress p{options};
-    for (const auto& f : mirrorTextFiles()) p.total += countRows(db, f.table);
-    for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
+    // Each table is counted once, though some have both a text and a record file.
+    std::map<std::string, long> rows;
+    auto counted = [&](const char* table) {
+        auto [it, fresh] = rows.try_emplace(table, 0);
+        if (fresh) it->second = countRows(db, table);
+        return it->second;
+    };
+    for (const auto& f : mirrorTextFiles()) p.total += counted(f.table);
+    for (const auto& f : mirrorRecordFiles()) p.total += counted(f.table);
     MirrorReport report;
     // Every row is read once, in order: map the file rather than copy each page in.
     db.exec("PRAGMA mmap_size=1073741824");

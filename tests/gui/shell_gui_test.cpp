@@ -2,6 +2,8 @@
 #include <QAction>
 #include <QLabel>
 #include <QProcess>
+#include <QProgressBar>
+#include <set>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTableWidget>
@@ -21,6 +23,7 @@
 #include "store/small_record_builder.h"
 #include <QPushButton>
 #include <QTimer>
+#include "mirror/mirror_fixture.h"
 #include "support/temp_app.h"
 
 using namespace brindale::shell;
@@ -115,6 +118,7 @@ private slots:
     void sigtermWritesTheNewMirrorAndEnds();
     void damagedMirrorNamesFileAndLineAndChangesNothing();
     void transferFromTheMainWindowReachesTheScaleOfTheSection();
+    void progressBarsMoveFromStartToFinishOnTenThousandPlus();
 };
 
 void ShellGuiTest::startShowsCaptionsAndCleanEndDeletesDatabase() {
@@ -527,6 +531,52 @@ void ShellGuiTest::transferFromTheMainWindowReachesTheScaleOfTheSection() {
     QVERIFY(Messages::shown()[0].text.contains("300"));
     scale.stop();
     w->close();
+}
+
+// The loading and closing screens show how far the start and the end have come: their bars are
+// read while they run over a generated chain of 10,000 PLUs.
+void ShellGuiTest::progressBarsMoveFromStartToFinishOnTenThousandPlus() {
+    brindale::testing::MirrorChain c;
+    c.start();
+    brindale::datagen::ChainShape shape;
+    shape.plus = 10000;
+    shape.stores = 2;
+    c.generate(shape, 42);
+    c.end();
+
+    std::map<QString, std::vector<int>> seen;  // screen -> the bar's values in the order seen
+    std::set<QProgressBar*> heard;
+    QTimer watch;
+    // The first look at a screen's bar starts listening to it: every value it takes is heard.
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        for (const char* screen : {"frmLoading", "frmEnd"})
+            for (QWidget* w : QApplication::topLevelWidgets())
+                if (w->objectName() == screen && w->isVisible())
+                    if (auto* bar = w->findChild<QProgressBar*>("progressBar"); bar && !heard.count(bar)) {
+                        heard.insert(bar);
+                        const QString name = screen;
+                        QObject::connect(bar, &QProgressBar::valueChanged, [&seen, name, bar](int value) {
+                            if (!bar->isVisible() || bar->maximum() <= 0) return;
+                            seen[name].push_back(value * 1000 / bar->maximum());
+                        });
+                    }
+    });
+    watch.start(1);
+    Answering answers(MsgResult::Ok);
+    Application a(c.app.dir());
+    QCOMPARE(a.start(), 0);
+    a.mainWindow()->close();
+    watch.stop();
+    QVERIFY(a.ended());
+    for (const char* screen : {"frmLoading", "frmEnd"}) {
+        const auto& v = seen[screen];
+        QVERIFY2(v.size() >= 5, qPrintable(QString("%1: %2 values").arg(screen).arg(v.size())));
+        // Forward only, within one long step, and far along at the last look.
+        int backs = 0;
+        for (size_t i = 1; i < v.size(); ++i) backs += v[i] < v[i - 1];
+        QVERIFY2(backs <= 2, qPrintable(QString("%1 went back %2 times").arg(screen).arg(backs)));
+        QVERIFY2(*std::max_element(v.begin(), v.end()) >= 800, screen);
+    }
 }
 
 QTEST_MAIN(ShellGuiTest)
