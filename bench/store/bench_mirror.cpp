@@ -13,6 +13,7 @@
 #include <string>
 
 #include "chain_generator.h"
+#include "sqlite_peer.h"
 #include "shell/lifecycle.h"
 #include "shell/program_state.h"
 #include "store/mirror.h"
@@ -137,31 +138,12 @@ int main(int argc, char** argv) {
         st.appDir = app;
         Quiet q;
         if (shell::runStartup(st, q) != shell::StartResult::Ok) return 1;
-        const auto* t = st.Conn->table("KVR_25");
-        std::string cols;
-        for (const auto& c : t->columns) {
-            if (!cols.empty()) cols += ",";
-            cols += c.isBytes() ? "hex(\"" + c.name + "\")" : "\"" + c.name + "\"";
-        }
-        const std::string csv = app + "/plu.csv", empty = app + "/empty.db";
         st.closeDatabase();
-        const std::string dump = "sqlite3 -csv '" + app + "/Database/Brindale1.mdb' 'SELECT " + cols + " FROM KVR_25' > '" + csv + "'";
-        if (std::system(dump.c_str()) != 0) return 1;
-        store::Schema s = store::readSchemaFile(app + "/Database/ABC1.txt");
-        {
-            FILE* f = std::fopen((app + "/create.sql").c_str(), "w");
-            std::fprintf(f, "%s;\n", store::createTableSql(*s.find("KVR_25")).c_str());
-            std::fclose(f);
-        }
-        const std::string create = "sqlite3 '" + empty + "' < '" + app + "/create.sql'";
-        if (std::system(create.c_str()) != 0) return 1;
-        auto t0 = Clock::now();
-        const std::string import = "sqlite3 '" + empty + "' '.import --csv " + csv + " KVR_25'";
-        if (std::system(import.c_str()) != 0) return 1;
-        const double csvSeconds = since(t0);
-        std::printf("sqlite3 .import of the decoded PLU table from CSV (%.1f MB): %.3f s\n",
-                    static_cast<double>(fs::file_size(csv)) / 1e6, csvSeconds);
-        std::printf("our start / sqlite3 .import: %.2f\n", start.seconds / csvSeconds);
+        bench::PeerFigures peer;
+        if (!bench::sqlitePeer(app, peer)) return 1;
+        std::printf("sqlite3 .import of the decoded PLU table from CSV (%.1f MB): %.3f s\n", peer.csvMegabytes,
+                    peer.importSeconds);
+        std::printf("our start / sqlite3 .import: %.2f\n", start.seconds / peer.importSeconds);
     }
     fs::remove_all(app);
     return 0;

@@ -1,4 +1,9 @@
 // Brindale: the entry point. It reads no command line and no environment of its own.
+#include <unistd.h>
+
+#include <QTimer>
+#include <cstdlib>
+
 #include "application.h"
 #include "guard.h"
 
@@ -14,5 +19,10 @@ int main(int argc, char** argv) {
     app.setMainLoopLevel(1);
     if (int status = app.start()) return status;
     if (!app.mainWindow() || app.ended()) return 0;  // the start was stopped, or the run already ended
+    // For benchmarks and tests only, never configuration: with BRINDALE_READY_FD naming an open
+    // descriptor, "ready" is written to it once the main window stands and the event loop has
+    // taken up its first round of work.
+    if (const char* fd = std::getenv("BRINDALE_READY_FD"))
+        QTimer::singleShot(0, [n = std::atoi(fd)] { [[maybe_unused]] auto w = ::write(n, "ready\n", 6); });
     return QApplication::exec();
 }

@@ -801,8 +801,8 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     for (const auto& f : mirrorTextFiles()) p.total += counted(f.table);
     for (const auto& f : mirrorRecordFiles()) p.total += counted(f.table);
     MirrorReport report;
-    // Every row is read once, in order: map the file rather than copy each page in.
-    db.exec("PRAGMA mmap_size=1073741824");
+    // Every row is read once, in order, through the page cache: mapping the whole file made it
+    // count as resident (378 MB at 300,000 PLUs) and was not faster.
     exportTextFiles(db, staging, p);
     exportRecordFiles(db, staging, options, p, report);
     if (!report.problems.empty() && options.confirmKeptRecords && !options.confirmKeptRecords(report.problems))
