@@ -206,7 +206,6 @@ void PluList::fillPLUList(int nodeKind, int storeNo, int nodeNo) {
         showRows({}, false, 0, 0);
         if (!f.isEmpty()) find(f);
     }
-    emit listFilled();
 }
 
 void PluList::showRows(std::vector<long> positions, bool narrowed, int64_t keepRowId, long keepPosition) {
@@ -229,6 +228,7 @@ void PluList::showRows(std::vector<long> positions, bool narrowed, int64_t keepR
     setCurrent(row, true);
     checkSelection();
     updateFindState();
+    emit listFilled();
 }
 
 void PluList::refreshPLUList() {

@@ -92,6 +92,7 @@ public:
 signals:
     // The current row changed: its row id, 0 when the list has none.
     void currentPluChanged(qint64 rowId);
+    // The rows were read again (a node, a refresh, the find).
     void listFilled();
 
 protected:
