@@ -45,7 +45,9 @@ plu::ui::PluList& list() { return *plu::ui::PluList::of(window()); }
 shell::TreeController& tree() { return *shell::TreeController::of(window()); }
 store::Database& db() { return *app->state().Conn; }
 
+// What the event loop does after the click: the view's pending layout, then its paint.
 void paint() {
+    QApplication::processEvents();
     window().pluGrid()->viewport()->repaint();
 }
 

@@ -315,6 +315,18 @@ bool PluList::walk(const std::vector<int64_t>& rowIds, F&& step, int64_t* failed
     size_t done = 0;
     int64_t current = 0;
     bool ok = true;
+    // The walk rewrites every row it touches: a cache that holds them all until the commit saves
+    // spilling pages half way (the mirror's fill uses the same size).
+    struct CacheSize {
+        store::Database& db;
+        explicit CacheSize(store::Database& d) : db(d) { db.exec("PRAGMA cache_size=-65536"); }
+        ~CacheSize() {
+            try {
+                db.exec("PRAGMA cache_size=-2000");
+            } catch (...) {
+            }
+        }
+    } cache(*state_.Conn);
     try {
         store::Transaction tx(*state_.Conn);
         for (int64_t id : rowIds) {
@@ -347,7 +359,8 @@ void PluList::selectPLURows(int mode) {
     if (ids.empty()) return;
     int64_t failed = 0;
     try {
-        auto& st = state_.Conn->cached("UPDATE KVR_25 SET Is_Selected=?1 WHERE rowid=?2");
+        // A row that has the mark already is not written again (each write rewrites the whole row).
+        auto& st = state_.Conn->cached("UPDATE KVR_25 SET Is_Selected=?1 WHERE rowid=?2 AND Is_Selected IS NOT ?1");
         walk(ids, [&](int64_t id) {
             st.bind(1, store::Value(int64_t{mode ? 1 : 0}));
             st.bind(2, store::Value(id));
@@ -397,8 +410,10 @@ void PluList::togglePLUSelection() {
 bool PluList::checkSelection() {
     bool any = false;
     if (state_.Conn) {
-        auto st = state_.Conn->prepare("Select * from KVR_25 where Is_Selected = 1");
-        any = st->step();  // one row is enough
+        // Whether a row comes back is all that counts: its row id alone is read from the list's
+        // index, not the whole wide row of every unmarked PLU.
+        auto st = state_.Conn->prepare("Select rowid from KVR_25 where Is_Selected = 1");
+        any = st->step();
     }
     for (const char* name : kSelectionCommands) w_.setCommandEnabled(name, any);
     return any;
