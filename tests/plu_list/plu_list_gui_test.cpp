@@ -501,3 +501,18 @@ TEST_F(Gui, TheViewReadsOnlyTheRowsOnScreen) {
     EXPECT_EQ(c.cell(19999, 3).toStdString(), "Item 20000");
     EXPECT_LT(c.list().model()->rowsRead(), 400);
 }
+
+TEST_F(Gui, AfterTheEndTheListIsEmptyRatherThanReadingAClosedDatabase) {
+    Chain c;
+    for (int i = 1; i <= 3; ++i) c.plu(1, i, 0, "P" + std::to_string(i));
+    c.storeView();
+    c.g.select("STORE 1");
+    c.w().show();
+    ASSERT_EQ(c.view()->model()->rowCount(), 3);
+    c.g.end();
+    ASSERT_EQ(c.g.state().Conn, nullptr);
+    EXPECT_EQ(c.view()->model()->rowCount(), 0);
+    EXPECT_FALSE(c.view()->model()->data(c.view()->model()->index(0, 3)).isValid());
+    c.view()->viewport()->repaint();
+    EXPECT_EQ(c.list().currentRowId(), 0);
+}

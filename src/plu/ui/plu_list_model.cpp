@@ -36,8 +36,8 @@ void PluListModel::reset(const store::Recordset* rs, std::vector<long> shown, bo
 }
 
 int PluListModel::rowCount(const QModelIndex& parent) const {
-    if (parent.isValid() || !rs_) return 0;
-    return narrowed_ ? static_cast<int>(shown_.size()) : static_cast<int>(rs_->recordCount());
+    if (parent.isValid() || !rs()) return 0;
+    return narrowed_ ? static_cast<int>(shown_.size()) : static_cast<int>(rs()->recordCount());
 }
 
 int PluListModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : ColumnCount; }
@@ -48,13 +48,13 @@ long PluListModel::positionAt(int row) const {
 }
 
 int PluListModel::rowOfPosition(long position) const {
-    if (!rs_ || position < 0) return -1;
-    if (!narrowed_) return position < rs_->recordCount() ? static_cast<int>(position) : -1;
+    if (!rs() || position < 0) return -1;
+    if (!narrowed_) return position < rs()->recordCount() ? static_cast<int>(position) : -1;
     auto it = std::lower_bound(shown_.begin(), shown_.end(), position);
     return it != shown_.end() && *it == position ? static_cast<int>(it - shown_.begin()) : -1;
 }
 
-int64_t PluListModel::rowIdAt(int row) const { return rs_ ? rs_->rowIdAt(positionAt(row)) : 0; }
+int64_t PluListModel::rowIdAt(int row) const { return rs() ? rs()->rowIdAt(positionAt(row)) : 0; }
 
 PluListModel::Row PluListModel::readRow(int64_t rowId) const {
     Row r;

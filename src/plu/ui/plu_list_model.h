@@ -58,6 +58,9 @@ public:
 
 private:
     const Row& cachedRow(int row) const;
+    // The recordset while it is still RsPLU: the end of the run (or cmdReflesh) closes it before
+    // the window stops painting, and the list is then empty rather than reading a closed one.
+    const store::Recordset* rs() const { return rs_ && state_.RsPLU.get() == rs_ ? rs_ : nullptr; }
 
     shell::ProgramState& state_;
     const store::Recordset* rs_ = nullptr;
