@@ -25,6 +25,7 @@
 #include "messages.h"
 #include "screens.h"
 #include "store/fatal_error.h"
+#include "plu/ui/plu_list.h"
 #include "tree_controller.h"
 
 namespace brindale::shell {
@@ -80,7 +81,9 @@ int Application::start() {
         main_->setEndHandler([this] { return end(); });
         main_->loadEvent();
         // The chain's tree: built here, and on empty data the first store is made at once.
-        (new TreeController(*main_))->loadEvent();
+        auto* tree = new TreeController(*main_);
+        new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
+        tree->loadEvent();
     } catch (const std::exception& e) {
         loading.hide();
         return reportFatal(e);

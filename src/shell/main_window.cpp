@@ -19,7 +19,8 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
-#include <QTableWidget>
+#include <QStandardItemModel>
+#include <QTableView>
 #include <QTranslator>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -260,8 +261,10 @@ void MainWindow::buildBody() {
     auto* listBox = new QWidget(right);
     auto* listLay = new QVBoxLayout(listBox);
     listLay->setContentsMargins(0, 0, 0, 0);
-    grid_ = new QTableWidget(0, static_cast<int>(std::size(kGridKeys)), listBox);
+    grid_ = new QTableView(listBox);
     grid_->setObjectName("MSHFlexGridPLU");
+    // Until the list brings its model, the headings stand on an empty one.
+    grid_->setModel(new QStandardItemModel(0, static_cast<int>(std::size(kGridKeys)), grid_));
     grid_->setSelectionBehavior(QAbstractItemView::SelectRows);
     grid_->setSelectionMode(QAbstractItemView::SingleSelection);
     grid_->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -355,14 +358,15 @@ void MainWindow::setMainCaptions() {
     for (const auto& b : kListButtons) buttons_[b.name]->setText(qs(cmdText.text(b.key)));
     for (const auto& b : kEditorButtons) buttons_[b.name]->setText(qs(cmdText.text(b.key)));
     const auto& gridText = state_.lang.section("frmMain_flexgrid");
-    QStringList heads;
-    for (const char* k : kGridKeys) heads << qs(gridText.text(k));
-    grid_->setHorizontalHeaderLabels(heads);
+    if (QAbstractItemModel* m = grid_->model())
+        for (int i = 0; i < static_cast<int>(std::size(kGridKeys)); ++i)
+            m->setHeaderData(i, Qt::Horizontal, qs(gridText.text(kGridKeys[i])));
     setPLUCaptions();
     applyMnemonics();
     action("menuEnglish")->setChecked(state_.settings.LanguageIndex == 0);
     action("menuChinese")->setChecked(state_.settings.LanguageIndex == 1);
     action("menuOthers")->setChecked(state_.settings.LanguageIndex == 2);
+    emit captionsApplied();
 }
 
 void MainWindow::setHelpFile() {

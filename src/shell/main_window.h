@@ -11,7 +11,7 @@ class QAction;
 class QMenu;
 class QPushButton;
 class QTabWidget;
-class QTableWidget;
+class QTableView;
 class QTreeWidget;
 
 namespace brindale::shell {
@@ -60,11 +60,17 @@ public:
     // The menus by control name, the context menu "popmenu" among them.
     QMenu* menu(const QString& name) const;
     QTreeWidget* tree() const { return tree_; }
-    QTableWidget* pluGrid() const { return grid_; }
+    // The PLU list's view; the list (plu/ui) gives it its model, the headings are set through it.
+    QTableView* pluGrid() const { return grid_; }
     QTabWidget* pluTabs() const { return tabs_; }
 
     // Set once the end has run, so that a second close does nothing.
     bool ending() const { return ending_; }
+
+signals:
+    // The language texts were applied again (start, language change): parts of the window that
+    // bring their own controls take their captions then.
+    void captionsApplied();
 
 public slots:
     void menuExit();
@@ -91,7 +97,7 @@ private:
     std::map<QString, QPushButton*> buttons_;
     std::map<QString, std::function<void()>> handlers_;
     QTreeWidget* tree_ = nullptr;
-    QTableWidget* grid_ = nullptr;
+    QTableView* grid_ = nullptr;
     QTabWidget* tabs_ = nullptr;
     std::function<bool()> pluSaver_;
     std::function<bool()> endHandler_;

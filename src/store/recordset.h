@@ -33,7 +33,18 @@ public:
     void moveNext();
     void movePrevious();
     void move(long n);
+    // Makes the row at `position` (0-based, in the recordset's order) current; -1 and the count
+    // are the two ends, as after MovePrevious on the first or MoveNext on the last row.
+    void setAbsolutePosition(long position);
     void requery();
+
+    // The keyset: the row id at a position and back, for views that read only the rows they show.
+    // rowIdAt is 0 outside the rows; positionOf is -1 for an id that is not in the keyset.
+    int64_t rowIdAt(long position) const;
+    long positionOf(int64_t rowId) const;
+    const std::vector<int64_t>& rowIds() const { return keys_; }
+    // The current row is read again when next asked for (after a write that went around it).
+    void forgetCurrent() { loadedPos_ = -1; }
 
     int fieldCount() const { return static_cast<int>(columns_.size()); }
     const ColumnDef& field(int ordinal) const { return columns_.at(static_cast<size_t>(ordinal)); }
