@@ -174,13 +174,3 @@ TEST_F(Chain, KeysetGivesRowIdsByPositionAndBack) {
     EXPECT_EQ(rs.intValue("Is_Selected"), 1);
 }
 
-TEST(ListPrice, ScaledByThePlacesWithTheDecimalSign) {
-    using plu::ui::formatListPrice;
-    EXPECT_EQ(formatListPrice(5, 2, ".").toStdString(), "0.05");
-    EXPECT_EQ(formatListPrice(1234, 0, ".").toStdString(), "1234");
-    EXPECT_EQ(formatListPrice(1234, 2, ".").toStdString(), "12.34");
-    EXPECT_EQ(formatListPrice(1234, 2, ",").toStdString(), "12,34");
-    EXPECT_EQ(formatListPrice(34, 2, ".").toStdString(), "0.34");
-    EXPECT_EQ(formatListPrice(0, 3, ".").toStdString(), "0.000");
-    EXPECT_EQ(formatListPrice(100, 2, ".").toStdString(), "1.00");
-}

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "plu/plu_format.h"
 #include "store/recordset.h"
 
 namespace brindale::plu::ui {
@@ -10,16 +11,6 @@ namespace {
 // The view asks for a screenful at a time; a few hundred rows kept spare are plenty.
 constexpr int kCacheLimit = 2000;
 }  // namespace
-
-QString formatListPrice(int64_t value, int places, const QString& sign) {
-    const bool negative = value < 0;
-    QString digits = QString::number(negative ? -value : value);
-    QString out;
-    if (places <= 0) out = digits;
-    else if (digits.size() > places) out = digits.left(digits.size() - places) + sign + digits.right(places);
-    else out = "0" + sign + QString(places - digits.size(), '0') + digits;
-    return negative ? "-" + out : out;
-}
 
 PluListModel::PluListModel(shell::ProgramState& state, QObject* parent) : QAbstractTableModel(parent), state_(state) {
     for (int i = 0; i < ColumnCount; ++i) headings_ << QString();
@@ -97,8 +88,8 @@ QVariant PluListModel::data(const QModelIndex& index, int role) const {
         case ColItem: return r.itemCode;
         case ColName: return r.name;
         case ColPrice:
-            return formatListPrice(r.price, state_.settings.PriceDecimals,
-                                   QString::fromStdString(state_.settings.DecimalSign()));
+            return QString::fromStdString(
+                formatScaled(r.price, state_.settings.PriceDecimals, state_.settings.DecimalSign()));
         case ColSelected: return r.selected ? QStringLiteral("*") : QString();
         default: return {};
     }

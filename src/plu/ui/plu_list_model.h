@@ -12,10 +12,6 @@
 
 namespace brindale::plu::ui {
 
-// The price as the list shows it: `value` scaled by `places` with `sign` as the decimal sign
-// (5 with 2 places "0.05", 1234 with 0 places "1234").
-QString formatListPrice(int64_t value, int places, const QString& sign);
-
 class PluListModel : public QAbstractTableModel {
     Q_OBJECT
 public:
