@@ -269,20 +269,24 @@ TEST_F(RunFaults, AnErrorInAHandlerIsShownAndTheRunGoesOn) {
 
 // Read-only ini/: the start reads it as usual; choosing a language cannot write the settings,
 // which a message names; the run goes on and the end writes the mirror.
-TEST_F(RunFaults, ReadOnlyIniFolderRefusesTheLanguageChangeWithAMessage) {
+struct ReadOnlyFolder : RunFaults, ::testing::WithParamInterface<bool> {};  // true: made read-only after the start
+
+TEST_P(ReadOnlyFolder, IniRefusesTheLanguageChangeWithAMessage) {
     ASSERT_TRUE(mountsAllowed) << mountProblem;
     GuiApp g;
     savedChain(g);
     g.end();
     const std::string settings = slurp(g.dir->path("ini/SETTING1.cfg"));
     GuiApp again(std::move(g.dir));
-    makeReadOnly(again.dir->path("ini"));
+    if (!GetParam()) makeReadOnly(again.dir->path("ini"));
     ASSERT_EQ(again.start(), 0);
+    if (GetParam()) makeReadOnly(again.dir->path("ini"));
     clearMessages();
     again.w().action("menuChinese")->trigger();
     ASSERT_FALSE(messagesShown().empty());
     EXPECT_NE(messagesShown().back().find("SETTING1.cfg"), std::string::npos) << messagesShown().back();
     EXPECT_FALSE(again.app->ended());
+    EXPECT_EQ(again.state().settings.LanguageIndex, 0);
     EXPECT_EQ(slurp(again.dir->path("ini/SETTING1.cfg")), settings);
     newSection(again, "STORE 1");  // the run goes on: another section is saved
     again.end();
@@ -339,15 +343,16 @@ TEST_F(RunFaults, ReadOnlyDatabaseFolderDuringTheRunRefusesSavesAndLosesNothingS
 
 // Read-only AccessData/: the end cannot put the new mirror in place. The message names the folder;
 // Cancel goes on working with the old mirror untouched and the database open.
-TEST_F(RunFaults, ReadOnlyMirrorFolderKeepsTheRunGoingWithTheOldMirror) {
+TEST_P(ReadOnlyFolder, MirrorKeepsTheRunGoingWithTheOldMirror) {
     ASSERT_TRUE(mountsAllowed) << mountProblem;
     GuiApp g;
     savedChain(g);
     g.end();
     const std::string mirror = slurp(g.dir->path("AccessData/tempstore.txt"));
     GuiApp again(std::move(g.dir));
-    makeReadOnly(again.dir->path("AccessData"));
+    if (!GetParam()) makeReadOnly(again.dir->path("AccessData"));
     ASSERT_EQ(again.start(), 0);
+    if (GetParam()) makeReadOnly(again.dir->path("AccessData"));
     newSection(again, "STORE 1");
     std::vector<shell::MessageRecord> asked;
     shell::Messages::setResponder([&](const shell::MessageRecord& r) {
@@ -364,6 +369,9 @@ TEST_F(RunFaults, ReadOnlyMirrorFolderKeepsTheRunGoingWithTheOldMirror) {
     EXPECT_EQ(again.count("select * from SECT"), 2);
     EXPECT_FALSE(fs::exists(again.dir->path("AccessData.new")));
 }
+
+INSTANTIATE_TEST_SUITE_P(RunFaults, ReadOnlyFolder, ::testing::Values(false, true),
+                         [](const ::testing::TestParamInfo<bool>& i) { return i.param ? "DuringTheRun" : "AtTheStart"; });
 
 // A full disk at the end: the operator is offered to retry; after room is made, Retry writes the
 // whole mirror and the run ends.
