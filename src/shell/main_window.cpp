@@ -30,6 +30,7 @@
 #include "store/fatal_error.h"
 #include "transfer/ui/progress_dialog.h"
 #include "paths.h"
+#include "plu/ui/plu_editor_window.h"
 
 namespace brindale::shell {
 
@@ -56,19 +57,6 @@ constexpr ButtonDef kEditorButtons[] = {
 // Headings of the PLU list, in column order.
 constexpr const char* kGridKeys[] = {"MainGrdNo", "MainGrdPLU", "MainGrdItem", "MainGrdName", "MainGrdUP",
                                      "MainGrdSelected"};
-constexpr const char* kTabKeys[] = {"MainTab0", "MainTab1", "MainTab2", "MainTab3", "MainTab8"};
-// The fields of the first tab, each with the key of its label.
-struct FieldDef {
-    const char* name;
-    const char* key;
-};
-constexpr FieldDef kItemFields[] = {
-    {"meditPLU", "MainTabPLU"},           {"txtName", "MainTabName"},          {"meditUPrice", "MainTabUP"},
-    {"combDepartment", "MainTabDepartment"}, {"combMG", "MainTabMG"},          {"meditItemCode", "MainTabItemCode"},
-    {"meditTare", "MainTabTare"},          {"meditCost", "MainTabCost"},       {"combLabelFormat1", "MainTabLabelFormat1"},
-    {"combLabelFormat2", "MainTabLabelFormat2"}, {"combBarFormat", "MainTabBarFormat"}, {"combBarType", "MainTabBarType"},
-};
-
 }  // namespace
 
 MainWindow::MainWindow(ProgramState& state, QWidget* parent) : QMainWindow(parent), state_(state) {
@@ -286,28 +274,9 @@ void MainWindow::buildBody() {
     auto* editorBox = new QWidget(right);
     auto* editorLay = new QVBoxLayout(editorBox);
     editorLay->setContentsMargins(0, 0, 0, 0);
-    tabs_ = new QTabWidget(editorBox);
-    tabs_->setObjectName("SSTabPLU");
-    for (size_t i = 0; i < std::size(kTabKeys); ++i) {
-        auto* page = new QWidget(tabs_);
-        page->setObjectName(QString("SSTabPLUPage%1").arg(i));
-        if (i == 0) {
-            auto* form = new QGridLayout(page);
-            int n = 0;
-            for (const auto& f : kItemFields) {
-                auto* lbl = new QLabel(f.key, page);
-                lbl->setObjectName(QString("lbl") + f.key);
-                auto* edit = new QLineEdit(page);
-                edit->setObjectName(f.name);
-                edit->setEnabled(false);
-                form->addWidget(lbl, n / 2, (n % 2) * 2);
-                form->addWidget(edit, n / 2, (n % 2) * 2 + 1);
-                ++n;
-            }
-            form->setRowStretch(static_cast<int>(std::size(kItemFields)) / 2 + 1, 1);
-        }
-        tabs_->addTab(page, kTabKeys[i]);
-    }
+    // The editor of the current PLU: its pages, controls and commands are its own.
+    auto* editor = new plu::ui::PluEditor(state_, editorBox);
+    tabs_ = editor;
     editorLay->addWidget(tabs_);
     auto* editorButtons = new QHBoxLayout;
     for (const auto& b : kEditorButtons) {
@@ -319,6 +288,7 @@ void MainWindow::buildBody() {
     }
     editorButtons->addStretch();
     editorLay->addLayout(editorButtons);
+    editor->attach(*this);
 
     split->setStretchFactor(0, 1);
     split->setStretchFactor(1, 3);
@@ -341,11 +311,7 @@ QPushButton* MainWindow::button(const QString& name) const {
 }
 
 void MainWindow::setPLUCaptions() {
-    const auto& tabText = state_.lang.section("frmMain_sstab");
-    for (int i = 0; i < tabs_->count() && i < static_cast<int>(std::size(kTabKeys)); ++i)
-        tabs_->setTabText(i, qs(tabText.text(kTabKeys[i])));
-    for (const auto& f : kItemFields)
-        if (auto* lbl = findChild<QLabel*>(QString("lbl") + f.key)) lbl->setText(qs(tabText.text(f.key)));
+    static_cast<plu::ui::PluEditor*>(tabs_)->setCaptions();
 }
 
 void MainWindow::setMainCaptions() {

@@ -123,8 +123,7 @@ TEST_F(ShellGui, AfterClicksOnEveryNodeKindOnlyCommandsWithAHandlerAreOnAndEachD
                                                       {1, machine}};
     // Commands that are never on, whatever the node: no handler exists for them yet.
     for (const char* never : {"menuEditLabelFormat", "menuEditFlexiBarcode", "menuDownLoad", "menuUpLoad",
-                              "menuDownloadDept", "popmenuDownloadDept", "menuDownloadMG", "menuSoftwareHelp",
-                              "cmdNew"})
+                              "menuDownloadDept", "popmenuDownloadDept", "menuDownloadMG", "menuSoftwareHelp"})
         EXPECT_FALSE(g.w().implemented(never)) << never;
     std::set<std::string> tried;
     for (const auto& [view, key] : nodes) {
@@ -137,6 +136,8 @@ TEST_F(ShellGui, AfterClicksOnEveryNodeKindOnlyCommandsWithAHandlerAreOnAndEachD
         for (const QString& name : on) {
             // Ending the run and changing the language have tests of their own.
             if (name == "menuExit" || name == "menuEnglish" || name == "menuChinese" || name == "menuOthers") continue;
+            // So have the PLU editor's commands (tests/plu_editor).
+            if (name == "cmdNew" || name == "cmdEdit" || name == "cmdUpdate" || name == "cmdCancel") continue;
             g.select(key);
             if (!g.enabled(name.toUtf8().constData())) continue;
             shell::Messages::clearShown();
