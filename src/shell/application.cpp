@@ -22,6 +22,7 @@
 
 #include "guard.h"
 #include "main_window.h"
+#include "plu/ui/plu_editor_window.h"
 #include "messages.h"
 #include "screens.h"
 #include "store/fatal_error.h"
@@ -82,7 +83,8 @@ int Application::start() {
         main_->loadEvent();
         // The chain's tree: built here, and on empty data the first store is made at once.
         auto* tree = new TreeController(*main_);
-        new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
+        auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
+        if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
         tree->loadEvent();
     } catch (const std::exception& e) {
         loading.hide();

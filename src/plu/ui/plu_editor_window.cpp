@@ -831,6 +831,15 @@ void PluEditor::cmdNew() {
     focusControl("meditPLU");
 }
 
+void PluEditor::startCopy(int64_t sourceRowId) {
+    if (readOnly_ || !state_.Conn || !showRow(sourceRowId)) return;
+    isNew_ = true;
+    copying_ = true;
+    enablePLUButtons();
+    setCurrentIndex(0);
+    focusControl("meditPLU");
+}
+
 void PluEditor::cmdEdit() {
     if (readOnly_ || rowid_ <= 0) return;
     if (window_ && window_->askSavePLU() == 3) return;
@@ -842,6 +851,7 @@ void PluEditor::cmdEdit() {
 
 void PluEditor::cmdCancel() {
     isNew_ = false;
+    copying_ = false;
     setPluChanged(false);
     if (rowid_ > 0) showRow(rowid_);
     else clear();
@@ -870,8 +880,10 @@ bool PluEditor::updatePLU() {
     if (!active_ || readOnly_ || !state_.Conn) return false;
     const PluFields f = fields();
     auto& db = *state_.Conn;
-    if (checkPLUOverlap(db, f.meditPLU, isNew_ ? state_.currentStore : num(row_.ST_No), isNew_, num(row_.PLU_No),
-                        false)) {
+    // The copy flag lets one save past the overlap test, and goes down with the test.
+    const bool copy = std::exchange(copying_, false);
+    if (!copy && checkPLUOverlap(db, f.meditPLU, isNew_ ? state_.currentStore : num(row_.ST_No), isNew_,
+                                 num(row_.PLU_No), false)) {
         shell::Messages::key(state_, "overlap", shell::MsgIcon::Stop, shell::MsgButtons::Ok, this);
         focusControl("meditPLU");
         return false;

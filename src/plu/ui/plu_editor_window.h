@@ -56,6 +56,10 @@ public:
 
     // ---- the commands -----------------------------------------------------------------------------
     void cmdNew();
+    // cmdCopy of the list: the source's values as a new row; the operator types its number, and
+    // that save skips the overlap test once.
+    void startCopy(int64_t sourceRowId);
+    bool copying() const { return copying_; }
     void cmdEdit();
     // updatePLU: checkPLUOverlap, savePLU, Update, the row shown again. True when saved.
     bool updatePLU();
@@ -128,6 +132,7 @@ private:
     int64_t rowid_ = 0;
     int mbarIndex_ = 0;
     bool isNew_ = false;
+    bool copying_ = false;
     bool filling_ = false;
     bool readOnly_ = false;
     bool active_ = false;  // a row or a new row is in the controls

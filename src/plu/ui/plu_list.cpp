@@ -1,5 +1,7 @@
 #include "plu_list.h"
 
+#include "plu_editor_window.h"
+
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QHBoxLayout>
@@ -241,6 +243,31 @@ void PluList::refreshPLUList() {
     const QString f = findText_.trimmed();
     if (!f.isEmpty() && !allDigits(f)) narrowTo(f, keep);
     else showRows({}, false, keep, keepPosition);
+}
+
+void PluList::refreshTo(int64_t rowId) {
+    if (!state_.Conn || query_.empty()) return;
+    const long keepPosition = currentPosition();
+    model_->reset(nullptr);
+    if (state_.RsPLU) state_.RsPLU->requery();
+    else state_.RsPLU = std::make_unique<store::Recordset>(*state_.Conn, query_);
+    const QString f = findText_.trimmed();
+    if (!f.isEmpty() && !allDigits(f)) narrowTo(f, rowId);
+    else showRows({}, false, rowId, keepPosition);
+}
+
+void PluList::attachEditor(PluEditor& editor) {
+    connect(this, &PluList::currentPluChanged, &editor, [&editor](qint64 id) {
+        if (id <= 0 || !editor.showRow(id)) editor.clear();
+    });
+    connect(&editor, &PluEditor::rowSaved, this, [this](qint64 id) {
+        clearCopyFlag();
+        refreshTo(id);
+    });
+    connect(&editor, &PluEditor::stepRequested, this, [this](int step) { step > 0 ? cmdDown() : cmdUp(); });
+    connect(this, &PluList::copyStarted, &editor, [&editor](qint64 id) { editor.startCopy(id); });
+    // What the list shows now goes to the editor at once.
+    if (currentRowId() > 0) editor.showRow(currentRowId());
 }
 
 void PluList::countMarked() {
@@ -501,6 +528,7 @@ void PluList::copyPLU() {
     }
     copySource_ = *source;
     copyFlag_ = true;
+    emit copyStarted(*source);
     // The controls keep the source's values; the operator types the new number.
     if (numberBox) {
         numberBox->setFocus(Qt::OtherFocusReason);

@@ -27,6 +27,8 @@ struct ProgramState;
 
 namespace brindale::plu::ui {
 
+class PluEditor;
+
 class PluList : public QObject {
     Q_OBJECT
 public:
@@ -89,11 +91,19 @@ public:
     // Where cmdCopy reads the number typed; by default the text of the window's meditPLU.
     void setNumberSource(std::function<QString()> f) { numberSource_ = std::move(f); }
 
+    // Reruns the query and makes the row with this id current (a row just saved, a new one too).
+    void refreshTo(int64_t rowId);
+    // The editor shows the list's current row; its saves refresh the list, its Alt+Down and
+    // Alt+Up move it, and cmdCopy hands it the source.
+    void attachEditor(PluEditor& editor);
+
 signals:
     // The current row changed: its row id, 0 when the list has none.
     void currentPluChanged(qint64 rowId);
     // The rows were read again (a node, a refresh, the find).
     void listFilled();
+    // cmdCopy found the source: the editor shows it as a new row to be numbered.
+    void copyStarted(qint64 sourceRowId);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
