@@ -1,6 +1,7 @@
 // The PLU list of the real main window, offscreen, on a generated store of 100,000 PLUs (or the
 // count in BRINDALE_BENCH_PLUS): the first paint after the node click, select all, clear all,
-// delete all and the find by name, each beside a plain SQLite statement over the same rows.
+// the find by name, saving one PLU, next and previous with the editor refilled, and delete all,
+// each beside a plain SQLite statement over the same rows.
 //   bench_plu_list [benchmark options]
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -17,6 +18,7 @@
 
 #include "chain_generator.h"
 #include "plu/plu_list_query.h"
+#include "plu/ui/plu_editor_window.h"
 #include "plu/ui/plu_list.h"
 #include "shell/application.h"
 #include "shell/lifecycle.h"
@@ -125,6 +127,60 @@ void BM_PeerLikeSelect(benchmark::State& s) {
     s.counters["found"] = static_cast<double>(n);
 }
 
+// The editor of the current PLU: a price typed and saved (checks, save, Update, the list
+// refreshed onto the row), beside a plain UPDATE of the same row.
+plu::ui::PluEditor& editor() { return *qobject_cast<plu::ui::PluEditor*>(window().pluTabs()); }
+
+void middleRow() {
+    tree().selectKey(store::storeKey(1));
+    list().moveTo(list().shownCount() / 2);
+}
+
+void BM_SaveOnePlu(benchmark::State& s) {
+    middleRow();
+    auto* price = qobject_cast<QLineEdit*>(editor().control("meditUPrice"));
+    int n = 0;
+    for (auto _ : s) {
+        s.PauseTiming();
+        price->setText(QString("%1.%2").arg(100 + n % 50).arg(n % 100, 2, 10, QChar('0')));
+        ++n;
+        s.ResumeTiming();
+        if (!editor().updatePLU()) s.SkipWithError("the save was refused");
+        paint();
+    }
+}
+
+void BM_PeerUpdateOfOneRow(benchmark::State& s) {
+    middleRow();
+    const int64_t id = list().currentRowId();
+    int n = 0;
+    for (auto _ : s) {
+        db().exec("UPDATE KVR_25 SET PLU_UPrice=" + std::to_string(10000 + n++) + " WHERE rowid=" + std::to_string(id));
+    }
+}
+
+// Next and previous in turn, the editor refilled from the row (ShowPluData) and painted.
+void BM_NextOrPreviousWithTheEditorRefilled(benchmark::State& s) {
+    middleRow();
+    bool down = true;
+    for (auto _ : s) {
+        if (down) list().cmdDown();
+        else list().cmdUp();
+        down = !down;
+        paint();
+        editor().repaint();
+    }
+}
+
+void BM_PeerSelectOfOneRow(benchmark::State& s) {
+    middleRow();
+    const int64_t id = list().currentRowId();
+    for (auto _ : s) {
+        store::Recordset rs(db(), "select * from KVR_25 where rowid=" + std::to_string(id));
+        benchmark::DoNotOptimize(rs.intValue("PLU_UPrice"));
+    }
+}
+
 void BM_DeleteAll(benchmark::State& s) {
     db().exec("CREATE TABLE KVR_25_keep AS SELECT * FROM KVR_25");
     for (auto _ : s) {
@@ -155,6 +211,10 @@ BENCHMARK(BM_ClearAll)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_PeerUpdateOfTheMarks)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_FindByName)->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(BM_PeerLikeSelect)->Unit(benchmark::kMillisecond)->Iterations(10);
+BENCHMARK(BM_SaveOnePlu)->Unit(benchmark::kMillisecond)->Iterations(50);
+BENCHMARK(BM_PeerUpdateOfOneRow)->Unit(benchmark::kMillisecond)->Iterations(50);
+BENCHMARK(BM_NextOrPreviousWithTheEditorRefilled)->Unit(benchmark::kMillisecond)->Iterations(50);
+BENCHMARK(BM_PeerSelectOfOneRow)->Unit(benchmark::kMillisecond)->Iterations(50);
 BENCHMARK(BM_DeleteAll)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_PeerDeleteStatement)->Unit(benchmark::kMillisecond)->Iterations(3);
 

@@ -256,13 +256,28 @@ void PluList::refreshTo(int64_t rowId) {
     else showRows({}, false, rowId, keepPosition);
 }
 
+void PluList::rowSaved(int64_t rowId) {
+    if (!state_.Conn || query_.empty()) return;
+    const int row = currentRow_;
+    if (row < 0 || narrowed() || currentRowId() != rowId) return refreshTo(rowId);
+    // Still in its place when its number lies between its neighbours' (the list is in number
+    // order): then the keyset is as it was.
+    const auto number = [&](int r) { return model_->readRow(model_->rowIdAt(r)).pluNo; };
+    const int64_t no = number(row);
+    const bool inPlace = (row == 0 || number(row - 1) < no) && (row + 1 >= model_->rowCount() || no < number(row + 1));
+    if (!inPlace) return refreshTo(rowId);
+    if (state_.RsPLU) state_.RsPLU->forgetCurrent();
+    model_->rowChanged(row);
+    checkSelection();
+}
+
 void PluList::attachEditor(PluEditor& editor) {
     connect(this, &PluList::currentPluChanged, &editor, [&editor](qint64 id) {
         if (id <= 0 || !editor.showRow(id)) editor.clear();
     });
     connect(&editor, &PluEditor::rowSaved, this, [this](qint64 id) {
         clearCopyFlag();
-        refreshTo(id);
+        rowSaved(id);
     });
     connect(&editor, &PluEditor::stepRequested, this, [this](int step) { step > 0 ? cmdDown() : cmdUp(); });
     connect(this, &PluList::copyStarted, &editor, [&editor](qint64 id) { editor.startCopy(id); });

@@ -93,6 +93,9 @@ public:
 
     // Reruns the query and makes the row with this id current (a row just saved, a new one too).
     void refreshTo(int64_t rowId);
+    // A saved row: when it is the current one and keeps its place in number order, only its line
+    // is read again; otherwise the list is refreshed onto it.
+    void rowSaved(int64_t rowId);
     // The editor shows the list's current row; its saves refresh the list, its Alt+Down and
     // Alt+Up move it, and cmdCopy hands it the source.
     void attachEditor(PluEditor& editor);
