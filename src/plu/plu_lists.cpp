@@ -54,6 +54,12 @@ std::string unitCaption(const PluEditorContext& ctx, bool weighed) {
   return text(ctx, "SSTab_Symbol", weighed ? "Wg" : "Wpcs");
 }
 
+// After the fixed formats the free formats 1F to 99F follow, as in the hierarchy's forms: with
+// 16 fixed formats 1F is 17 and 99F 115, the highest the record takes.
+void addFreeLabelFormats(ComboEntries& e, int64_t first) {
+  for (int n = 1; n <= 99; ++n) e.push_back({std::to_string(n) + "F", first + n - 1, false});
+}
+
 ComboEntries baseComboEntries(const PluEditorContext& ctx, const PluFields& fields, std::string_view control) {
   ComboEntries e;
   auto is = [&](const char* n) { return control == n; };
@@ -69,9 +75,11 @@ ComboEntries baseComboEntries(const PluEditorContext& ctx, const PluFields& fiel
       int64_t v = 0;
       for (std::size_t i = 1; i < t->size(); ++i)
         if (!codec::equalsIgnoreCase(t->keyAt(i), "FREE")) e.push_back({t->valueAt(i), v++, false});
+      addFreeLabelFormats(e, v);
     }
   } else if (is("combLabelFormat2")) {
     addSection(ctx, "Label_Format", e, 0, {"F1L255", "FREE"});
+    addFreeLabelFormats(e, static_cast<int64_t>(e.size()));
   } else if (is("combBarcodeFormat")) {
     const bool firstKind = fields.CombBarType == 0;
     const auto* t = section(ctx, firstKind ? "EAN_DISP" : "ITF_DISP");

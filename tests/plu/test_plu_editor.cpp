@@ -311,6 +311,27 @@ TEST_F(Editor, ValueNoEntryStandsForShowsAsExtraEntryAndIsKept) {
   EXPECT_EQ(showPluData(ctx, saved).meditDepartment, "1");
 }
 
+// The free label formats 1F to 99F (17 to 115) are entries of both label format lists, as in the
+// hierarchy's forms; only a value beyond them is "not in the list".
+TEST_F(Editor, LabelFormatListsHoldTheFreeFormats) {
+  PluRow row = baseRow();
+  row.PLU_LBFormat1 = 115;
+  row.Stat2_LBFormat1 = 1;
+  row.PLU_LBFormat2 = 60;
+  row.Stat2_LBFormat2 = 1;
+  PluFields f = showPluData(ctx, row);
+  const auto one = comboEntries(ctx, f, "combLabelFormat1", 115, nullptr);
+  const auto two = comboEntries(ctx, f, "combLabelFormat2", 60, nullptr);
+  EXPECT_EQ(one.at(static_cast<size_t>(f.combLabelFormat1)).text, "99F");
+  EXPECT_EQ(two.at(static_cast<size_t>(f.combLabelFormat2)).text, "44F");
+  for (const auto& e : one) EXPECT_FALSE(e.notInList) << e.text;
+  EXPECT_TRUE(comboEntries(ctx, f, "combLabelFormat1", 116, nullptr).back().notInList);
+  f.combLabelFormat2 = static_cast<int>(two.size()) - 1;  // 99F
+  ASSERT_TRUE(savePLU(ctx, f, row, false).ok());
+  EXPECT_EQ(row.PLU_LBFormat1, 115);
+  EXPECT_EQ(row.PLU_LBFormat2, 115);
+}
+
 TEST_F(Editor, WeighedStateSwitchesTheSymbolList) {
   PluRow row = baseRow();
   PluFields f = showPluData(ctx, row);

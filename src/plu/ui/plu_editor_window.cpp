@@ -638,7 +638,12 @@ void PluEditor::setFields(const PluFields& f) {
         if (!w) continue;
         switch (c.kind) {
             case ControlKind::Edit:
-            case ControlKind::TextBlock: qobject_cast<QLineEdit*>(w)->setText(qs(f.*c.text)); break;
+            case ControlKind::TextBlock: {
+                auto* e = qobject_cast<QLineEdit*>(w);
+                e->setText(qs(f.*c.text));
+                e->setCursorPosition(0);  // a long text shows its beginning
+                break;
+            }
             case ControlKind::Check: qobject_cast<QCheckBox*>(w)->setChecked(f.*c.check); break;
             case ControlKind::Time:
                 qobject_cast<QDateTimeEdit*>(w)->setTime(QTime::fromString(qs(f.*c.text), "HH:mm"));
