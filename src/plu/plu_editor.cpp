@@ -164,12 +164,16 @@ BarcodeControls showBarcodeControls(const PluEditorContext& ctx, int64_t format,
 }
 
 namespace {
+// The last byte of the barcode data: the bar style's index with the first kind, 90 plus the index
+// with the second, as the store's and department's bar flag is kept.
+int64_t lastByteBase(int kind) { return kind == 0 ? 0 : 90; }
+
 // The barcode columns the controls stand for, written into `row`.
 int64_t lastByteOf(const PluEditorContext& ctx, const PluFields& f, const PluRow& row) {
   PluFields probe = f;
   bool extra = false;
   const int64_t v = comboValue(ctx, probe, "combBarCode", num(row.PLU_EANLastByte), f.combBarCode, &extra);
-  return extra ? v : f.CombBarType * 10 + v;
+  return extra ? v : lastByteBase(f.CombBarType) + v;
 }
 }  // namespace
 
@@ -492,7 +496,7 @@ PluFields showPluData(const PluEditorContext& ctx, const PluRow& row) {
   f.CombBarType = lastByte < 10 ? 0 : 1;
   {
     const ComboEntries e = baseComboEntries(ctx, f, "combBarCode");
-    const int64_t within = lastByte - f.CombBarType * 10;
+    const int64_t within = lastByte - lastByteBase(f.CombBarType);
     comboEntries(ctx, f, "combBarCode", within >= 0 && within < static_cast<int64_t>(e.size()) ? within : lastByte,
                  &f.combBarCode);
   }

@@ -332,6 +332,28 @@ TEST_F(Editor, LabelFormatListsHoldTheFreeFormats) {
   EXPECT_EQ(row.PLU_LBFormat2, 115);
 }
 
+// The last byte of the barcode data: the bar style with the first kind, 90 plus the style with
+// the second (as the store's bar flag); anything else is kept as "not in the list".
+TEST_F(Editor, LastByteIsTheStyleOrNinetyPlusTheStyle) {
+  PluRow row = baseRow();
+  row.PLU_EANLastByte = 93;
+  PluFields f = showPluData(ctx, row);
+  EXPECT_EQ(f.CombBarType, 1);
+  EXPECT_EQ(f.combBarCode, 3);
+  f.combBarCode = 4;
+  ASSERT_TRUE(savePLU(ctx, f, row, false).ok());
+  EXPECT_EQ(row.PLU_EANLastByte, 94);
+  f.CombBarType = 0;
+  ASSERT_TRUE(savePLU(ctx, f, row, false).ok());
+  EXPECT_EQ(row.PLU_EANLastByte, 4);
+  row.PLU_EANLastByte = 15;
+  f = showPluData(ctx, row);
+  EXPECT_EQ(f.CombBarType, 1);
+  EXPECT_TRUE(comboEntries(ctx, f, "combBarCode", 15, nullptr).back().notInList);
+  ASSERT_TRUE(savePLU(ctx, f, row, false).ok());
+  EXPECT_EQ(row.PLU_EANLastByte, 15);
+}
+
 TEST_F(Editor, WeighedStateSwitchesTheSymbolList) {
   PluRow row = baseRow();
   PluFields f = showPluData(ctx, row);
