@@ -18,10 +18,10 @@
 #include <string>
 #include <vector>
 
-#include "chain_generator.h"
 #include "chain_settings.h"
 #include "shell/lifecycle.h"
 #include "shell/program_state.h"
+#include "generated_app.h"
 #include "sqlite_peer.h"
 
 namespace fs = std::filesystem;
@@ -29,11 +29,6 @@ using namespace brindale;
 using Clock = std::chrono::steady_clock;
 
 namespace {
-
-struct Quiet : shell::LifecycleView {
-    void setLabel(const std::string&) override {}
-    void repaint() override {}
-};
 
 double since(Clock::time_point t0) { return std::chrono::duration<double>(Clock::now() - t0).count(); }
 
@@ -104,19 +99,9 @@ int main(int argc, char** argv) {
         fs::copy(BRINDALE_APP_DIR, app, fs::copy_options::recursive);
         fs::remove_all(app + "/AccessData");
         fs::remove(app + "/Database/Brindale1.mdb");
-        {
-            // The chain as brindale-datagen writes it: 4 stores, seed 42, and the settings that show them.
-            shell::ProgramState st;
-            st.appDir = app;
-            Quiet q;
-            if (shell::runStartup(st, q) != shell::StartResult::Ok) return 1;
-            datagen::ChainShape shape;
-            shape.plus = plus;
-            shape.stores = 4;
-            datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, 42);
-            shell::endProgram(st, q);
-            datagen::writeChainSettings(app, shape.stores);
-        }
+        // The chain as brindale-datagen writes it: 4 stores, seed 42, and the settings that show them.
+        if (!bench::writeGeneratedChain(app, plus, 4, 42)) return 1;
+        datagen::writeChainSettings(app, 4);
         const Run run = runProgram(app);
         if (run.start < 0 || run.end < 0) {
             std::fprintf(stderr, "the program did not start and end cleanly at %ld PLUs\n", plus);
@@ -127,7 +112,7 @@ int main(int argc, char** argv) {
         {
             shell::ProgramState st;
             st.appDir = app;
-            Quiet q;
+            bench::QuietView q;
             if (shell::runStartup(st, q) != shell::StartResult::Ok) return 1;
             st.closeDatabase();
             if (!bench::sqlitePeer(app, peer)) return 1;

@@ -16,7 +16,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "chain_generator.h"
+#include "generated_app.h"
 #include "plu/plu_list_query.h"
 #include "plu/ui/plu_editor_window.h"
 #include "plu/ui/plu_list.h"
@@ -32,11 +32,6 @@ namespace fs = std::filesystem;
 using namespace brindale;
 
 namespace {
-
-struct Quiet : shell::LifecycleView {
-    void setLabel(const std::string&) override {}
-    void repaint() override {}
-};
 
 std::unique_ptr<shell::Application> app;
 std::string appDir;
@@ -227,18 +222,8 @@ int main(int argc, char** argv) {
     fs::create_directories(appDir + "/Database");
     fs::copy(std::string(BRINDALE_SOURCE_ROOT) + "/ini", appDir + "/ini", fs::copy_options::recursive);
     fs::copy_file(std::string(BRINDALE_SOURCE_ROOT) + "/Database/ABC1.txt", appDir + "/Database/ABC1.txt");
-    {
-        // One store of `plus` PLUs, written as the mirror the program starts from.
-        shell::ProgramState st;
-        st.appDir = appDir;
-        Quiet q;
-        if (shell::runStartup(st, q) != shell::StartResult::Ok) return 1;
-        datagen::ChainShape shape;
-        shape.plus = plus;
-        shape.stores = 1;
-        datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, 42);
-        shell::endProgram(st, q);
-    }
+    // One store of `plus` PLUs, written as the mirror the program starts from.
+    if (!bench::writeGeneratedChain(appDir, plus, 1, 42)) return 1;
     shell::Messages::setResponder([](const shell::MessageRecord& m) {
         if (m.buttons == shell::MsgButtons::Ok) std::fprintf(stderr, "message: %s\n", m.text.toUtf8().constData());
         return m.buttons == shell::MsgButtons::Ok ? shell::MsgResult::Ok : shell::MsgResult::Yes;

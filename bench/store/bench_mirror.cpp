@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <string>
 
-#include "chain_generator.h"
+#include "generated_app.h"
 #include "sqlite_peer.h"
 #include "shell/lifecycle.h"
 #include "shell/program_state.h"
@@ -25,10 +25,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-struct Quiet : shell::LifecycleView {
-    void setLabel(const std::string&) override {}
-    void repaint() override {}
-};
+using Quiet = bench::QuietView;
 
 struct Measured {
     double seconds = 0;
@@ -95,15 +92,7 @@ int main(int argc, char** argv) {
     // The chain, written once as a mirror.
     {
         auto t0 = Clock::now();
-        shell::ProgramState st;
-        st.appDir = app;
-        Quiet q;
-        if (shell::runStartup(st, q) != shell::StartResult::Ok) return 1;
-        datagen::ChainShape shape;
-        shape.plus = plus;
-        shape.stores = 4;
-        datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, 42);
-        shell::endProgram(st, q);
+        if (!bench::writeGeneratedChain(app, plus, 4, 42)) return 1;
         std::printf("chain of %ld PLUs generated and written in %.2f s; tempplukvr.txt %.1f MB\n", plus, since(t0),
                     static_cast<double>(fs::file_size(app + "/AccessData/tempplukvr.txt")) / 1e6);
     }

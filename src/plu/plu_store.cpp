@@ -1,6 +1,7 @@
 #include "plu/plu_store.h"
 
 #include "plu/plu_format.h"
+#include "store/recordset_rows.h"
 
 namespace brindale::plu {
 
@@ -22,56 +23,11 @@ bool checkPLUOverlap(store::Database& db, std::string_view pluText, int64_t stor
 }
 
 codec::PluRow readPluRow(const store::Recordset& rs) {
-  codec::PluRow row;
-  for (const auto& c : codec::pluColumns()) {
-    if (!rs.hasField(c.name)) continue;
-    const store::Value& v = rs.value(c.name);
-    switch (c.kind) {
-      case codec::ColumnKind::Number:
-        row.*c.number = v.isNull() ? codec::kNullNumber : v.toInt();
-        break;
-      case codec::ColumnKind::Text:
-        if (v.isNull()) (row.*c.text).reset();
-        else row.*c.text = v.toText();
-        break;
-      case codec::ColumnKind::Bytes:
-        if (v.isNull()) (row.*c.bytes).reset();
-        else if (v.isBytes()) row.*c.bytes = v.bytes();
-        else {
-          const std::string t = v.toText();
-          row.*c.bytes = std::vector<uint8_t>(t.begin(), t.end());
-        }
-        break;
-    }
-  }
-  return row;
+  return store::rowFromRecordset<codec::PluRow>(rs, codec::pluColumns());
 }
 
 void writePluRow(store::Recordset& rs, const codec::PluRow& row) {
-  const codec::PluRow current = readPluRow(rs);
-  for (const auto& c : codec::pluColumns()) {
-    if (!rs.hasField(c.name)) continue;
-    switch (c.kind) {
-      case codec::ColumnKind::Number: {
-        const int64_t v = row.*c.number;
-        if (v == current.*c.number) break;
-        rs.setValue(c.name, v == codec::kNullNumber ? store::Value() : store::Value(v));
-        break;
-      }
-      case codec::ColumnKind::Text: {
-        const auto& v = row.*c.text;
-        if (v == current.*c.text) break;
-        rs.setValue(c.name, v ? store::Value(*v) : store::Value());
-        break;
-      }
-      case codec::ColumnKind::Bytes: {
-        const auto& v = row.*c.bytes;
-        if (v == current.*c.bytes) break;
-        rs.setValue(c.name, v ? store::Value(*v) : store::Value());
-        break;
-      }
-    }
-  }
+  store::rowToRecordset<codec::PluRow>(rs, row, codec::pluColumns());
 }
 
 std::vector<MainGroupInfo> loadMainGroups(store::Database& db, int64_t storeNo) {

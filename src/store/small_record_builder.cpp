@@ -1,6 +1,7 @@
 #include "store/small_record_builder.h"
 
 #include "store/fatal_error.h"
+#include "store/recordset_rows.h"
 
 namespace brindale::store {
 
@@ -8,22 +9,7 @@ namespace {
 
 template <class Row>
 void build(const codec::CodePage& cp, std::span<const codec::ColumnInfo<Row>> columns, Recordset& rs) {
-    Row row{};
-    for (const auto& c : columns) {
-        if (!rs.hasField(c.name)) continue;
-        const Value& v = rs.value(c.name);
-        switch (c.kind) {
-            case codec::ColumnKind::Number: row.*c.number = v.isNull() ? codec::kNullNumber : v.toInt(); break;
-            case codec::ColumnKind::Text:
-                if (v.isNull()) (row.*c.text).reset();
-                else row.*c.text = v.toText();
-                break;
-            case codec::ColumnKind::Bytes:
-                if (v.isNull()) (row.*c.bytes).reset();
-                else row.*c.bytes = v.bytes();
-                break;
-        }
-    }
+    Row row = rowFromRecordset<Row>(rs, columns);
     codec::Status s = codec::encodeSmallRecord(row, cp);
     if (!s.ok()) throw FatalError(rs.tableName(), 0, s.message());
     rs.setValue("KVRBinData", Value(*row.KVRBinData));
