@@ -11,6 +11,9 @@ namespace brindale::store {
 // characters replaced by "_.mdb".
 std::string temporaryDatabasePath(const std::string& databasePath);
 
+// The page size of the working database.
+inline constexpr int kPageSize = 65536;
+
 // Mode 0: any existing database is deleted and a new empty one is made from the schema text.
 // Returns 1 when the schema text does not exist (nothing is done), 0 when done.
 // A damaged schema text or a database left over together with a temporary file is a FatalError

@@ -91,6 +91,16 @@ TEST(Rebuild, EndAtOnceMakesAnEmptyDatabase) {
     EXPECT_FALSE(fs::exists(temporaryDatabasePath(d.dbPath)));
 }
 
+// The working database is made with large pages: rewriting wide PLU rows (marking a whole list)
+// costs a third less than with SQLite's usual 4 KB.
+TEST(Rebuild, TheWorkingDatabaseHasLargePages) {
+    Db d("[END]\n");
+    ASSERT_TRUE(d.db);
+    auto st = d.db->prepare("PRAGMA page_size");
+    ASSERT_TRUE(st->step());
+    EXPECT_EQ(st->columnInt(0), 65536);
+}
+
 TEST(Rebuild, MissingSchemaReturnsOneAndMakesNothing) {
     TempApp app(false);
     fs::create_directories(app.path("Database"));
