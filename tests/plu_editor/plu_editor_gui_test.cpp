@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include "gui_support.h"
+#include "plu/plu_format.h"
 #include "plu/ui/plu_editor_window.h"
 #include "scalefiles/ui/string_edit.h"
 #include "store/recordset.h"
@@ -199,6 +200,73 @@ TEST_F(EditorGui, AValueBeyondItsLimitIsRefusedWithItsMessageAndNothingIsSaved) 
     EXPECT_EQ(text("meditQty"), "99999");  // the typed data stays
     EXPECT_EQ(ed->currentIndex(), 0);
     EXPECT_TRUE(ed->isNewRow());
+}
+
+// Every number field of a new PLU, one at a time, one above its limit: the stop message of that
+// field, the focus back on it, the typed text kept, and nothing saved.
+TEST_F(EditorGui, EachNumberFieldBeyondItsLimitIsRefusedWithItsMessage) {
+    const int before = g.count("select * from KVR_25");
+    int tried = 0;
+    for (const auto& info : plu::pluControls()) {
+        if (info.kind != plu::ControlKind::Edit) continue;
+        const std::string name = info.name;
+        if (name == "meditDiscDayOfWeek" || name == "meditDepartment") continue;  // binary digits; shown only
+        g.w().button("cmdCancel")->click();
+        g.w().button("cmdNew")->click();
+        QLineEdit* box = c<QLineEdit>(info.name);
+        if (!box || !box->isEnabled()) continue;  // off for a new row (the discount's limits)
+        const auto limit = plu::controlLimit(ed->context(), info.name);
+        if (!limit || limit->maxBytes > 0) continue;
+        if (name != "meditPLU") type("meditPLU", "12");
+        const QString over = QString::fromStdString(
+            plu::formatScaled(limit->high + 1, limit->places, ed->context().settings.DecimalSign));
+        box->setText(over);
+        clearMessages();
+        g.w().button("cmdUpdate")->click();
+        ++tried;
+        ASSERT_EQ(messagesShown().size(), 1u) << name << " = " << over.toStdString();
+        const std::string shown = messagesShown()[0];
+        EXPECT_EQ(shown.rfind(g.text("msgbox", "inputErr") + ">", 0), 0u) << name << ": " << shown;
+        EXPECT_EQ(shown.back(), '!') << name;
+        EXPECT_EQ(box->text(), over) << name;
+        EXPECT_TRUE(ed->widget(ed->currentIndex())->isAncestorOf(box)) << name << ": the page of the field is not shown";
+        EXPECT_EQ(g.count("select * from KVR_25"), before) << name;
+    }
+    EXPECT_GE(tried, 20);
+    g.w().button("cmdCancel")->click();
+}
+
+// A nutrition value beyond what the record holds, and a discount limit beyond its field: refused
+// with the stop message, the grid's cell or the field current, nothing saved.
+TEST_F(EditorGui, NutritionAndDiscountValuesBeyondTheirLimitsAreRefused) {
+    const int before = g.count("select * from KVR_25");
+    g.w().button("cmdNew")->click();
+    type("meditPLU", "12");
+    auto* grid = c<QTableWidget>("GridNutri");
+    ASSERT_GT(grid->rowCount(), 3);
+    grid->item(3, 1)->setText("99999");
+    clearMessages();
+    g.w().button("cmdUpdate")->click();
+    ASSERT_EQ(messagesShown().size(), 1u);
+    EXPECT_EQ(messagesShown()[0].rfind(g.text("msgbox", "inputErr") + ">", 0), 0u) << messagesShown()[0];
+    EXPECT_EQ(ed->currentIndex(), 4);
+    EXPECT_EQ(grid->currentRow(), 3);
+    EXPECT_EQ(grid->item(3, 1)->text(), "99999");
+    EXPECT_EQ(g.count("select * from KVR_25"), before);
+
+    grid->item(3, 1)->setText("12");
+    c<QComboBox>("combDiscType")->setCurrentIndex(2);  // a type with both limits on
+    ASSERT_TRUE(c<QLineEdit>("meditDiscLimit1")->isEnabled());
+    const auto limit = plu::controlLimit(ed->context(), "meditDiscLimit1");
+    ASSERT_TRUE(limit.has_value());
+    type("meditDiscLimit1", QString::fromStdString(plu::formatScaled(limit->high + 1, limit->places, ".")));
+    clearMessages();
+    g.w().button("cmdUpdate")->click();
+    ASSERT_EQ(messagesShown().size(), 1u);
+    EXPECT_EQ(messagesShown()[0].rfind(g.text("msgbox", "inputErr") + ">", 0), 0u) << messagesShown()[0];
+    EXPECT_EQ(ed->currentIndex(), 3);
+    EXPECT_EQ(g.count("select * from KVR_25"), before);
+    g.w().button("cmdCancel")->click();
 }
 
 TEST_F(EditorGui, AnExistingNumberGivesOverlapAndKeepsTheEnteredData) {
