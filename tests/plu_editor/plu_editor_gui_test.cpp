@@ -452,6 +452,19 @@ TEST_F(EditorGui, KeyboardOnlyCreatesSavesAndFollowsTheDocumentedTabOrder) {
     QObject::connect(ed, &plu::ui::PluEditor::stepRequested, [&](int s) { stepped = s; });
     QTest::keyClick(ed->control("meditUPrice"), Qt::Key_Down, Qt::AltModifier);
     EXPECT_EQ(stepped, 1);
+
+    // A second PLU by the keyboard, then back and forth with Alt+Up and Alt+Down: the list moves
+    // and the editor shows each PLU in turn.
+    QTest::keyClick(&g.w(), Qt::Key_N, Qt::ControlModifier);
+    ASSERT_TRUE(plu->hasFocus());
+    QTest::keyClicks(plu, "400");
+    QTest::keyClick(plu, Qt::Key_S, Qt::ControlModifier);
+    ASSERT_EQ(g.count("select * from KVR_25 where PLU_No=400"), 1);
+    EXPECT_EQ(text("meditPLU"), "400");
+    QTest::keyClick(ed->control("meditUPrice"), Qt::Key_Up, Qt::AltModifier);
+    EXPECT_EQ(text("meditPLU"), "321");
+    QTest::keyClick(ed->control("meditUPrice"), Qt::Key_Down, Qt::AltModifier);
+    EXPECT_EQ(text("meditPLU"), "400");
 }
 
 TEST_F(EditorGui, AltDownWithCancelInAskSavePluStaysOnThePlu) {
