@@ -7,6 +7,8 @@
 #include "store/mirror.h"
 #include "store/mirror_code_page.h"
 #include "store/rebuild.h"
+#include "store/recordset.h"
+#include "store/small_record_builder.h"
 
 namespace fs = std::filesystem;
 
@@ -57,6 +59,16 @@ void settleCodePage(ProgramState& state, const std::string& recorded) {
         return;
     }
     state.codePage = std::move(target);
+    // The department and main group records were kept in the old page: made anew in the new one,
+    // so that the scales and the next start read the same names.
+    for (const char* table : {"KVR_20", "KVR_23"}) {
+        store::Transaction tx(*state.Conn);
+        for (store::Recordset rs(*state.Conn, table); !rs.eof(); rs.moveNext()) {
+            store::buildSmallRecord(*state.codePage, table, rs);
+            rs.update();
+        }
+        tx.commit();
+    }
     state.startNotices.push_back(fillIn(state.text("msgbox", "codepageSwitch"), {recorded, system}));
 }
 
@@ -149,7 +161,18 @@ void recoverLeftDatabase(ProgramState& state, LifecycleView& view) {
 std::vector<std::string> endProgram(ProgramState& state, LifecycleView& view) {
     view.repaint();
     std::vector<std::string> warnings;
-    if (state.Conn) {
+    std::error_code ec;
+    // A connection lost during the run (a refresh that could not reopen the file) is tried once
+    // more: the database holds the run's work, and it goes only once the mirror holds it.
+    if (!state.Conn && fs::exists(state.databasePath(), ec)) {
+        try {
+            state.Conn = store::linkDatabase(state.databasePath());
+        } catch (const std::exception&) {
+            state.Conn.reset();
+        }
+    }
+    bool written = false;
+    if (state.Conn && state.Conn->isOpen()) {
         if (!state.codePage) state.prepareCodec();
         const codec::CodecEnvironment env = state.codecEnvironment();
         store::MirrorOptions options;
@@ -159,11 +182,15 @@ std::vector<std::string> endProgram(ProgramState& state, LifecycleView& view) {
             return view.confirmKeptRecords(p);
         };
         warnings = store::writeMirror(*state.Conn, state.appDir, options).warnings;
+        written = true;
+    } else if (fs::exists(state.databasePath(), ec)) {
+        warnings.push_back(state.databasePath() +
+                           ": the working database could not be opened; it is kept, and the next start offers "
+                           "to recover it");
     }
     state.closeDatabase();
     state.lang.clear();
-    std::error_code ec;
-    fs::remove(state.databasePath(), ec);
+    if (written) fs::remove(state.databasePath(), ec);
     return warnings;
 }
 

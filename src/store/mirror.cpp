@@ -721,9 +721,15 @@ void recoverMirror(const std::string& appDir) {
     const std::string live = appDir + "/" + kFolder, staging = appDir + "/" + kStaging, retired = appDir + "/" + kRetired;
     std::error_code ec;
     if (!fs::exists(live, ec)) {
-        // The end stopped between its two renames: the new set was complete before the first one.
-        if (fs::exists(staging, ec)) fs::rename(staging, live, ec);
-        else if (fs::exists(retired, ec)) fs::rename(retired, live, ec);
+        if (fs::exists(retired, ec)) {
+            // The end stopped between its two renames: the new set was complete before the first.
+            if (fs::exists(staging, ec)) fs::rename(staging, live, ec);
+            else fs::rename(retired, live, ec);
+        } else {
+            // A new set alone was never put in place: it may be unfinished. The working database
+            // the run left still holds its data.
+            fs::remove_all(staging, ec);
+        }
         syncFolder(appDir);
     }
     if (fs::exists(live, ec)) {
@@ -775,17 +781,18 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     fs::remove_all(staging, ec);
     fs::create_directories(staging, ec);
     if (ec) throw FatalError(staging, 0, "the folder cannot be made: " + ec.message());
-    // An end that fails while the old mirror still stands leaves it the only one: the new set
-    // beside it, half or whole, is removed (a new set without the old one is kept: the next start
-    // puts it in place).
+    // An end that fails leaves no new set behind, half or whole, unless the old one was already
+    // moved aside: then the next start puts the complete new one in place.
     struct DropStaging {
         const std::string& live;
         const std::string& staging;
+        const std::string& retired;
         ~DropStaging() {
             std::error_code e;
-            if (fs::exists(live, e)) fs::remove_all(staging, e);
+            // Kept only when the old set is already moved aside: then the new one is complete.
+            if (fs::exists(live, e) || !fs::exists(retired, e)) fs::remove_all(staging, e);
         }
-    } dropStaging{live, staging};
+    } dropStaging{live, staging, retired};
     // The page the records of this set are written in, so that the next start reads them in it.
     writeMirrorCodePage(staging, codePageOf(options, "writeMirror").name());
 

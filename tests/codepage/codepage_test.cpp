@@ -133,6 +133,34 @@ TEST(CodePageBetweenRuns, TheRunGoesOverToTheSystemsPageWhenEveryTextFits) {
     c.end();
 }
 
+// A name both pages hold at different bytes: the euro sign is 0x80 in the western page and 0x88
+// in the Cyrillic one. When the run goes over, the kept records are made anew in the new page.
+TEST(CodePageBetweenRuns, GoingOverMakesTheKeptRecordsAnewInTheNewPage) {
+    const std::string euro = "Preis \xE2\x82\xAC";
+    MirrorChain c;
+    c.locale = kDesktop;
+    c.start();
+    addDept(c, 3, euro);
+    addMainGroup(c, 7, 3, euro);
+    c.end();
+    ASSERT_EQ(static_cast<uint8_t>(c.app.read("AccessData/tempdeptkvr.txt")[6 + 6]), 0x80);
+
+    c.locale = "ru_RU.UTF-8";
+    c.start();
+    ASSERT_EQ(c.state->codePage->name(), "CP1251");
+    EXPECT_EQ(column(c, "KVR_20", "DP_Name"), euro + "|");
+    c.end();
+    EXPECT_EQ(c.app.read("AccessData/codepage.txt"), "CodePage=CP1251\r\n");
+    EXPECT_EQ(static_cast<uint8_t>(c.app.read("AccessData/tempdeptkvr.txt")[6 + 6]), 0x88);
+    EXPECT_EQ(static_cast<uint8_t>(c.app.read("AccessData/tempmgkvr.txt")[7 + 6]), 0x88);
+
+    c.start();  // the names read the same in the new page
+    EXPECT_TRUE(c.state->startNotices.empty());
+    EXPECT_EQ(column(c, "KVR_20", "DP_Name"), euro + "|");
+    EXPECT_EQ(column(c, "KVR_23", "MG_Name"), euro + "|");
+    c.end();
+}
+
 TEST(CodePageBetweenRuns, TextsKeptAsTheScalesBytesBeyondAsciiKeepTheRecordedPage) {
     MirrorChain c;
     c.locale = kChinese;

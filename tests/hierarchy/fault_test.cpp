@@ -503,6 +503,18 @@ TEST_F(RunFaults, UnpackablePluAtTheEndIsNamedAndTheOperatorChooses) {
     third.end();
 }
 
+// The connection lost during the run (a refresh that could not reopen the file): the end opens
+// the database again and writes the mirror before it deletes anything.
+TEST_F(RunFaults, AnEndAfterTheConnectionWasLostReopensItAndWritesTheMirror) {
+    GuiApp g;
+    savedChain(g);
+    g.state().closeDatabase();
+    g.end();
+    EXPECT_TRUE(g.app->ended());
+    EXPECT_FALSE(dbLeft(g));
+    EXPECT_NE(slurp(g.dir->path("AccessData/tempscale.txt")).find("Deli"), std::string::npos);
+}
+
 namespace {
 
 // Runs the built program in `dir` until its working database stands; returns it running.

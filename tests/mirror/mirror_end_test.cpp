@@ -522,6 +522,30 @@ TEST(MirrorEnd, SeededChainEndsInTheSameBytesAsBefore) {
     EXPECT_EQ(h, 0xe4ac6154e2e67855ull) << std::hex << h;
 }
 
+// A new set of files alone, with neither the old set nor the old one moved aside, was never put in
+// place and may be unfinished: the next start removes it instead of reading it.
+TEST(MirrorEnd, ANewSetAloneIsNotTakenAtTheNextStart) {
+    MirrorChain c;
+    c.start();
+    c.add("STORE", {{"ST_No", 1}, {"ST_Name", "Main street"}});
+    c.end();
+    std::filesystem::rename(c.app.path("AccessData"), c.app.path("AccessData.new"));
+    c.start();
+    EXPECT_EQ(Recordset(c.db(), "STORE").recordCount(), 0);
+    EXPECT_FALSE(std::filesystem::exists(c.app.path("AccessData.new")));
+    c.end();
+    // With the old set moved aside, the new one is complete and is taken.
+    c.start();
+    c.add("STORE", {{"ST_No", 2}, {"ST_Name", "Harbour"}});
+    c.end();
+    std::filesystem::rename(c.app.path("AccessData"), c.app.path("AccessData.new"));
+    std::filesystem::create_directories(c.app.path("AccessData.old"));
+    c.start();
+    EXPECT_EQ(Recordset(c.db(), "STORE").recordCount(), 1);
+    EXPECT_FALSE(std::filesystem::exists(c.app.path("AccessData.old")));
+    c.end();
+}
+
 #include "chain_settings.h"
 #include "shell/settings.h"
 

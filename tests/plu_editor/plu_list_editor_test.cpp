@@ -107,6 +107,34 @@ TEST_F(ListAndEditor, TheListsCurrentRowIsWhatTheEditorShowsAndASaveRefreshesThe
     EXPECT_EQ(list->model()->index(1, 4).data().toString(), "9.99");
 }
 
+// While the editor holds a new row, nothing that acts on the list's saved row is on: a delete
+// would take a PLU the operator is not looking at.
+TEST_F(ListAndEditor, ANewRowTurnsOffTheCommandsOfTheSavedRow) {
+    newPlu("10", "1.10");
+    ASSERT_TRUE(g.enabled("cmdDlelte"));
+    g.w().button("cmdNew")->click();
+    EXPECT_FALSE(g.enabled("cmdDlelte"));
+    g.w().button("cmdCancel")->click();
+    EXPECT_TRUE(g.enabled("cmdDlelte"));
+    EXPECT_EQ(text("meditPLU"), "10");
+}
+
+// A new row saved on leaving refills the list; the PLU clicked is still the one shown.
+TEST_F(ListAndEditor, SavingOnLeavingKeepsThePluThatWasClicked) {
+    newPlu("1", "1.00");
+    newPlu("3", "3.00");
+    newPlu("5", "5.00");
+    g.w().button("cmdNew")->click();
+    type("meditPLU", "2");
+    type("meditUPrice", "2.00");
+    ASSERT_TRUE(g.state().pluChanged);
+    // The operator clicks PLU 3 (row 1 of 1, 3, 5); askSavePLU saves 2, which comes before it.
+    ASSERT_TRUE(list->moveTo(1));
+    EXPECT_EQ(price(2), 200);
+    EXPECT_EQ(text("meditPLU"), "3");
+    EXPECT_EQ(listPlu(), "3");
+}
+
 TEST_F(ListAndEditor, CopyMakesANewRowFromItsSourceUnderTheTypedNumber) {
     newPlu("10", "1.10");
     newPlu("20", "2.20");

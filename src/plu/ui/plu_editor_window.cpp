@@ -752,6 +752,10 @@ void PluEditor::onEdited() {
 void PluEditor::setPluChanged(bool on) { state_.pluChanged = on; }
 
 void PluEditor::enablePLUButtons() {
+    if (isNew_ != newRowTold_) {
+        newRowTold_ = isNew_;
+        emit newRowChanged(isNew_);
+    }
     const bool editable = active_ && !readOnly_;
     for (int i = 0; i < count(); ++i) widget(i)->setEnabled(editable);
     if (!window_) return;

@@ -88,6 +88,8 @@ signals:
     void rowSaved(qint64 rowid);
     // Alt+Down (+1) and Alt+Up (-1), once askSavePLU let the PLU go: the list moves.
     void stepRequested(int step);
+    // The new-row flag went up (New, Copy) or down (save, Cancel, a row shown).
+    void newRowChanged(bool on);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -133,6 +135,7 @@ private:
     int mbarIndex_ = 0;
     bool isNew_ = false;
     bool copying_ = false;
+    bool newRowTold_ = false;
     bool filling_ = false;
     bool readOnly_ = false;
     bool active_ = false;  // a row or a new row is in the controls

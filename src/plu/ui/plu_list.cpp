@@ -281,6 +281,8 @@ void PluList::attachEditor(PluEditor& editor) {
     });
     connect(&editor, &PluEditor::stepRequested, this, [this](int step) { step > 0 ? cmdDown() : cmdUp(); });
     connect(this, &PluList::copyStarted, &editor, [&editor](qint64 id) { editor.startCopy(id); });
+    // While the editor holds a new row, the commands that act on the list's saved row are off.
+    connect(&editor, &PluEditor::newRowChanged, this, [this](bool on) { setNewRow(on); });
     // What the list shows now goes to the editor at once.
     if (currentRowId() > 0) editor.showRow(currentRowId());
 }
@@ -317,9 +319,15 @@ void PluList::setCurrent(int row, bool notify) {
 
 bool PluList::moveTo(int row) {
     if (row == currentRow_) return true;
+    const int64_t target = model_->rowIdAt(row);
     if (w_.askSavePLU() == 3) {
         setCurrent(currentRow_, false);  // the grid goes back to the PLU being edited
         return false;
+    }
+    // A save may have refilled the list (a new row): the PLU chosen is found again by its id.
+    if (target != 0 && model_->rowIdAt(row) != target && state_.RsPLU) {
+        const int again = model_->rowOfPosition(state_.RsPLU->positionOf(target));
+        if (again >= 0) row = again;
     }
     setCurrent(row, true);
     return true;
