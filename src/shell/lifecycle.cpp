@@ -97,7 +97,21 @@ StartResult runStartup(ProgramState& state, LifecycleView& view) {
     store::recoverMirror(state.appDir);
     if (store::isRecoverableDatabase(state.path(kSchemaFile), state.databasePath())) {
         switch (view.askRecover()) {
-            case LifecycleView::Recover::Yes: recoverLeftDatabase(state, view); break;
+            case LifecycleView::Recover::Yes:
+                try {
+                    recoverLeftDatabase(state, view);
+                } catch (const store::MirrorError& e) {
+                    // Something of the left run cannot be written out as it stands (a PLU without
+                    // any good record): the run goes on in that database, so that the operator
+                    // can correct it, and its end writes the mirror.
+                    state.connectionString = state.databasePath();
+                    state.Conn = store::linkDatabase(state.databasePath());
+                    if (!state.Conn || !state.Conn->isOpen()) throw;
+                    state.startNotices.clear();
+                    state.startNotices.push_back(std::string(e.what()) + "\n\n" + state.text("msgbox", "recoverOpen"));
+                    return StartResult::Ok;
+                }
+                break;
             case LifecycleView::Recover::No: break;  // the rebuild deletes it
             case LifecycleView::Recover::Stop: return StartResult::Stopped;
         }

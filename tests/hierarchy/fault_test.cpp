@@ -560,7 +560,7 @@ void execSql(const std::string& path, const std::string& sql) {
 
 // A chain after a clean end, then a run of the real program whose edits are saved in its working
 // database, and a SIGKILL.
-std::unique_ptr<TempApp> crashedRun() {
+std::unique_ptr<TempApp> crashedRun(const std::string& moreSql = {}) {
     GuiApp g;
     savedChain(g);
     g.end();
@@ -572,7 +572,7 @@ std::unique_ptr<TempApp> crashedRun() {
     // Saved changes, as the program's own saves leave them: each committed at once.
     execSql(dir->path("Database/Brindale1.mdb"),
             "UPDATE STORE SET ST_Name='Market square' WHERE ST_No=1;"
-            "INSERT INTO SECT (ST_No, SECT_No, SECT_Name) VALUES (1, 2, 'Bakery');");
+            "INSERT INTO SECT (ST_No, SECT_No, SECT_Name) VALUES (1, 2, 'Bakery');" + moreSql);
     ::kill(static_cast<pid_t>(p->processId()), SIGKILL);
     EXPECT_TRUE(p->waitForFinished(10000));
     EXPECT_EQ(p->exitStatus(), QProcess::CrashExit);
@@ -599,6 +599,38 @@ TEST_F(RunFaults, CrashedRunIsRecoveredWhenTheOperatorSaysYes) {
     EXPECT_NE(slurp(again.dir->path("AccessData/tempstore.txt")).find("Market square"), std::string::npos);
     again.end();
     EXPECT_FALSE(dbLeft(again));
+}
+
+// A crashed run that holds a PLU which cannot be packed and has no record yet: its work cannot be
+// written out as it stands, so the run goes on in the left database, the operator is told what
+// to correct, and the end after the correction writes everything.
+TEST_F(RunFaults, ACrashedRunThatCannotBeWrittenOutGoesOnInItsOwnDatabase) {
+    std::unique_ptr<TempApp> dir = crashedRun(
+        "INSERT INTO KVR_25 (PLU_No, ST_No, SECT_No, PLU_UPrice, PLU_MG, Stat2_MGCode) VALUES (77, 1, 1, 500, 10000, 1);");
+    ASSERT_FALSE(HasFailure());
+    const std::string mirror = slurp(dir->path("AccessData/tempstore.txt"));
+    GuiApp again(std::move(dir));
+    clearMessages();
+    ASSERT_EQ(again.start(), 0);
+    ASSERT_GE(messagesShown().size(), 2u);
+    EXPECT_EQ(messagesShown()[0], again.text("msgbox", "recoverRun"));
+    EXPECT_NE(messagesShown()[1].find("77"), std::string::npos) << messagesShown()[1];
+    EXPECT_NE(messagesShown()[1].find(again.text("msgbox", "recoverOpen")), std::string::npos);
+    // Everything of the left run is there, and the mirror is as the last clean end left it.
+    EXPECT_EQ(again.count("select * from STORE where ST_Name='Market square'"), 1);
+    EXPECT_EQ(again.count("select * from KVR_25 where PLU_No=77"), 1);
+    EXPECT_EQ(slurp(again.dir->path("AccessData/tempstore.txt")), mirror);
+    again.state().Conn->exec("UPDATE KVR_25 SET PLU_MG=997, Stat2_MGCode=0 WHERE PLU_No=77");
+    again.end();
+    EXPECT_TRUE(again.app->ended());
+    EXPECT_FALSE(dbLeft(again));
+    EXPECT_NE(slurp(again.dir->path("AccessData/tempstore.txt")).find("Market square"), std::string::npos);
+    auto left = std::move(again.dir);
+    again.app.reset();
+    GuiApp third(std::move(left));
+    ASSERT_EQ(third.start(), 0);
+    EXPECT_EQ(third.count("select * from KVR_25 where PLU_No=77 and PLU_UPrice=500"), 1);
+    third.end();
 }
 
 // No deletes the left database, and the data are those of the last clean end.
