@@ -20,6 +20,8 @@ void Statement::reset() {
     sqlite3_clear_bindings(st_);
 }
 
+void Statement::resetKeepingBindings() { sqlite3_reset(st_); }
+
 void Statement::bind(int index, const Value& v) {
     int rc;
     if (v.isNull()) rc = sqlite3_bind_null(st_, index);

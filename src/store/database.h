@@ -22,6 +22,9 @@ public:
     ~Statement();
 
     void reset();
+    // For a statement whose every parameter is bound again before its next step: the values are
+    // not cleared, which costs a call per parameter on wide rows.
+    void resetKeepingBindings();
     void bind(int index, const Value& v);  // 1-based
     bool step();                           // true while a row is there
     int columnCount() const;

@@ -619,9 +619,9 @@ void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys,
             pos += len;
             codec::decodePluRecord(env, row);
         }
-        map.bind(insert, row);
+        map.bind(insert, row);  // every column, each row
         insert.step();
-        insert.reset();
+        insert.resetKeepingBindings();
         p.step();
     }
 }
