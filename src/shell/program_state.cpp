@@ -12,20 +12,26 @@ std::string ProgramState::sectionText(const std::string& section) const {
     return getSectionText(path(kLanguageFile), settings.LanguageName(), section, "");
 }
 
-void ProgramState::prepareCodec() {
-    if (!codePage) codePage = std::make_unique<codec::CodePage>(systemCodePageName());
+codec::BarcodeLists barcodeListsOf(const LanguageSet& lang) {
     auto values = [&](const char* section) {
         std::vector<std::string> v;
         if (const LanguageTable* t = lang.find(section))
             for (size_t i = 0; i < t->size(); ++i) v.push_back(t->valueAt(i));
         return v;
     };
-    barcodeLists.EAN_DISP = values("EAN_DISP");
-    barcodeLists.EAN_EDIT = values("EAN_EDIT");
-    barcodeLists.ITF_DISP = values("ITF_DISP");
-    barcodeLists.ITF_EDIT = values("ITF_EDIT");
-    barcodeLists.BAR_LAST_BYTE = values("BAR_LAST_BYTE");
-    barcodeLists.EAN128C = values("EAN128C");
+    codec::BarcodeLists lists;
+    lists.EAN_DISP = values("EAN_DISP");
+    lists.EAN_EDIT = values("EAN_EDIT");
+    lists.ITF_DISP = values("ITF_DISP");
+    lists.ITF_EDIT = values("ITF_EDIT");
+    lists.BAR_LAST_BYTE = values("BAR_LAST_BYTE");
+    lists.EAN128C = values("EAN128C");
+    return lists;
+}
+
+void ProgramState::prepareCodec() {
+    if (!codePage) codePage = std::make_unique<codec::CodePage>(systemCodePageName());
+    barcodeLists = barcodeListsOf(lang);
 }
 
 std::string ProgramState::systemCodePageName() const {

@@ -16,6 +16,10 @@ namespace brindale::shell {
 
 inline constexpr const char* kNoMachine = "  0.  0.  0.  0";
 
+// The barcode lists of the parameter table in a loaded language set (empty where a section is
+// missing).
+codec::BarcodeLists barcodeListsOf(const LanguageSet& lang);
+
 struct ProgramState {
     std::string appDir;  // the application folder: every path is relative to it
     Settings settings;

@@ -10,6 +10,7 @@
 #include "plu_row_generator.h"
 #include "../codec/codec_test_support.h"
 #include "shell/language.h"
+#include "shell/program_state.h"
 #include "store/rebuild.h"
 #include "store/row_mapper.h"
 
@@ -47,17 +48,8 @@ struct Editor : ::testing::Test {
 
   void SetUp() override {
     lang.loadAll(BRINDALE_SOURCE_ROOT, "Standard");
-    auto values = [&](const char* s) {
-      std::vector<std::string> v;
-      const auto& t = lang.section(s);
-      for (size_t i = 0; i < t.size(); ++i) v.push_back(t.valueAt(i));
-      return v;
-    };
-    lists.EAN_DISP = values("EAN_DISP");
-    lists.EAN_EDIT = values("EAN_EDIT");
-    lists.ITF_DISP = values("ITF_DISP");
-    lists.ITF_EDIT = values("ITF_EDIT");
-    lists.BAR_LAST_BYTE = values("BAR_LAST_BYTE");
+    lists = shell::barcodeListsOf(lang);
+    ASSERT_EQ(lists.EAN_EDIT.size(), 34u);  // REF and the formats 0 to 32
     ctx.lang = &lang;
     ctx.env.codePage = &codePage;
     ctx.env.barcodeLists = &lists;
