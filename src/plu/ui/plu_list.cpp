@@ -233,17 +233,7 @@ void PluList::showRows(std::vector<long> positions, bool narrowed, int64_t keepR
     emit listFilled();
 }
 
-void PluList::refreshPLUList() {
-    if (!state_.Conn || query_.empty()) return;
-    const int64_t keep = currentRowId();
-    const long keepPosition = currentPosition();
-    model_->reset(nullptr);
-    if (state_.RsPLU) state_.RsPLU->requery();
-    else state_.RsPLU = std::make_unique<store::Recordset>(*state_.Conn, query_);
-    const QString f = findText_.trimmed();
-    if (!f.isEmpty() && !allDigits(f)) narrowTo(f, keep);
-    else showRows({}, false, keep, keepPosition);
-}
+void PluList::refreshPLUList() { refreshTo(currentRowId()); }
 
 void PluList::refreshTo(int64_t rowId) {
     if (!state_.Conn || query_.empty()) return;
