@@ -81,12 +81,6 @@ QIcon iconFor(Kind k) {
     }
 }
 
-// A command that can end in a database error: the error is shown with what it names, and the
-// run goes on with everything saved so far.
-template <class F>
-void guarded(F&& f) {
-    runGuarded(f);
-}
 
 }  // namespace
 
@@ -98,7 +92,7 @@ TreeController::TreeController(MainWindow& window) : QObject(&window), w_(window
     };
     QTreeWidget* tree = w_.tree();
     connect(tree, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* cur, QTreeWidgetItem*) {
-        if (!quiet_ && cur) guarded([&] { nodeClick(cur, true); });
+        if (!quiet_ && cur) runGuarded([&] { nodeClick(cur, true); });
     });
     connect(tree, &QTreeWidget::customContextMenuRequested, this, [this, tree](const QPoint& pos) {
         QTreeWidgetItem* item = tree->itemAt(pos);
@@ -116,7 +110,7 @@ TreeController::TreeController(MainWindow& window) : QObject(&window), w_(window
     w_.installEventFilter(this);
 
     // The window knows these commands as implemented from here on; the node click turns them on.
-    auto on = [this](const char* name, std::function<void()> f) { w_.setHandler(name, [f] { guarded(f); }); };
+    auto on = [this](const char* name, std::function<void()> f) { w_.setHandler(name, [f] { runGuarded(f); }); };
     const std::pair<const char*, const char*> twins[] = {
         {"menuStore", "popmenuNewStore"}, {"menuSection", "popmenuNewSection"}, {"menuMachine", "popmenuNewMachine"},
         {"menuDept", "popmenuNewDept"},   {"menuMg", "popmenuNewMg"},           {"menuSearch", "popmenuNewSearch"}};
@@ -291,7 +285,7 @@ void TreeController::nodeClick(QTreeWidgetItem* item, bool ask) {
 // ---- Views --------------------------------------------------------------------------------------
 
 void TreeController::loadEvent() {
-    guarded([this] {
+    runGuarded([this] {
         state_.viewNumber = 1;
         buildStoreView();
         w_.tree()->expandAll();
@@ -573,7 +567,7 @@ bool TreeController::eventFilter(QObject* watched, QEvent* event) {
             return true;
         }
     }
-    if (watched == &w_ && event->type() == QEvent::WindowActivate) guarded([this] { activate(); });
+    if (watched == &w_ && event->type() == QEvent::WindowActivate) runGuarded([this] { activate(); });
     return QObject::eventFilter(watched, event);
 }
 
