@@ -8,7 +8,6 @@
 #include <sys/socket.h>
 
 #include <cstdio>
-#include <set>
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -173,10 +172,15 @@ bool Application::end() {
     ended_ = true;
     StatusScreen closing("frmEnd", "labDisplay");
     closing.centre();
-    std::set<std::string> askedAbout;  // the PLUs the operator has seen listed already
-    closing.keptRecordsAsker = [this, &closing, &askedAbout](const std::vector<store::PluPackProblem>& problems) {
-        // Nobody may be at the screen when the session ends: the records are kept as they were.
-        if (terminationPending_) return true;
+    closing.keptRecordsAsker = [this, &closing](const std::vector<store::PluPackProblem>& problems) {
+        // Nobody may be at the screen when the session ends: the records are kept as they were,
+        // and the list goes to the error output.
+        if (terminationPending_) {
+            for (const auto& p : problems)
+                std::fprintf(stderr, "Brindale: PLU %lld of store %lld: %s; its last record was kept\n",
+                             static_cast<long long>(p.PLU_No), static_cast<long long>(p.ST_No), p.reason.c_str());
+            return true;
+        }
         closing.hide();
         QString text = guardText("msgbox", "pluUnpackable", "These PLUs cannot be packed as they stand:");
         for (size_t i = 0; i < problems.size() && i < 20; ++i) {
@@ -192,7 +196,6 @@ bool Application::end() {
                                     "Yes: go back and correct them. No: end anyway; each of them keeps its last "
                                     "good record, so that nothing is lost.");
         const bool goBack = Messages::show(text, MsgIcon::Exclamation, MsgButtons::YesNo, main_.get()) == MsgResult::Yes;
-        for (const auto& p : problems) askedAbout.insert("PLU " + std::to_string(p.PLU_No) + " of store " + std::to_string(p.ST_No) + ":");
         if (!goBack) closing.show();
         return !goBack;
     };
@@ -242,10 +245,6 @@ bool Application::end() {
         }
     }
     closing.hide();
-    std::erase_if(warnings, [&](const std::string& w) {
-        const auto colon = w.find(':');
-        return colon != std::string::npos && askedAbout.count(w.substr(0, colon + 1)) > 0;
-    });
     if (!warnings.empty() && terminationPending_) {
         // Nobody may be at the screen when the session ends: the list goes to the error output.
         for (const auto& w : warnings) std::fprintf(stderr, "Brindale: %s\n", w.c_str());

@@ -192,9 +192,10 @@ std::vector<std::string> endProgram(ProgramState& state, LifecycleView& view) {
         store::MirrorOptions options;
         options.env = &env;
         options.progress = [&](long done, long total) { view.progress(done, total); };
-        options.confirmKeptRecords = [&](const std::vector<store::PluPackProblem>& p) {
-            return view.confirmKeptRecords(p);
-        };
+        if (view.asksAboutKeptRecords())
+            options.confirmKeptRecords = [&](const std::vector<store::PluPackProblem>& p) {
+                return view.confirmKeptRecords(p);
+            };
         warnings = store::writeMirror(*state.Conn, state.appDir, options).warnings;
         written = true;
     } else if (fs::exists(state.databasePath(), ec)) {

@@ -23,6 +23,9 @@ public:
     virtual Recover askRecover() { return Recover::No; }
     // Some PLUs cannot be packed as they stand: end anyway, each keeping its last good record
     // (true), or go back and correct them (false: the end is cancelled, nothing changes)?
+    // Only a view that asks is handed them; otherwise the end goes on and lists them among its
+    // warnings.
+    virtual bool asksAboutKeptRecords() const { return false; }
     virtual bool confirmKeptRecords(const std::vector<store::PluPackProblem>& problems) {
         (void)problems;
         return true;

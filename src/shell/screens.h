@@ -22,6 +22,7 @@ public:
     void progress(long done, long total) override;
     Recover askRecover() override { return recoverAsker ? recoverAsker() : Recover::No; }
     std::function<Recover()> recoverAsker;
+    bool asksAboutKeptRecords() const override { return static_cast<bool>(keptRecordsAsker); }
     bool confirmKeptRecords(const std::vector<store::PluPackProblem>& problems) override {
         return keptRecordsAsker ? keptRecordsAsker(problems) : true;
     }

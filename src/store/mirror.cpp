@@ -374,7 +374,9 @@ void exportPluRecords(Database& db, const MirrorRecordFile& f, DurableFile& out,
             problem.column = problem.error.column;
             problem.hasLastGoodRecord = before && recordFits(f, *before);
             if (problem.hasLastGoodRecord) {
-                report.warnings.push_back(pluName(row) + ": " + problem.reason + "; its last record was kept");
+                // Asked about through confirmKeptRecords, they are the caller's to show.
+                if (!o.confirmKeptRecords)
+                    report.warnings.push_back(pluName(row) + ": " + problem.reason + "; its last record was kept");
                 row.KVRBinData = before;
             } else {
                 row.KVRBinData = placeholderRecord(f);
