@@ -11,9 +11,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "mirror/mirror_fixture.h"
+#include "named_chain.h"
 #include "store/recordset.h"
-#include "store/small_record_builder.h"
 
 using namespace brindale;
 using brindale::testing::MirrorChain;
@@ -21,9 +20,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string kMeat = "\xE9\xB2\x9C\xE8\x82\x89\xE7\x86\x9F\xE9\xA3\x9F";  // 鲜肉熟食
-const std::string kCold = "\xE5\x86\xB7\xE7\x9B\x98";                          // 冷盘
-const std::string kMeatGbk = "\xCF\xCA\xC8\xE2\xCA\xEC\xCA\xB3";
+using brindale::testing::kCold;
+using brindale::testing::kMeat;
+const std::string kMeatGbk(brindale::testing::kMeatGbk.begin(), brindale::testing::kMeatGbk.end());
 
 std::string slurp(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
@@ -73,23 +72,8 @@ TEST(CodePageOfTheProgram, ChineseNamesSurviveAChineseDesktopThenAnOrdinaryOne) 
     MirrorChain c;
     c.locale = "zh_CN.UTF-8";
     c.start();
-    {
-        store::Recordset dp(c.db(), "KVR_20");
-        dp.addNew();
-        dp.setValue("DP_No", 12);
-        dp.setValue("DP_Name", kMeat);
-        dp.setValue("ST_No", 1);
-        store::buildSmallRecord(*c.state->codePage, "KVR_20", dp);
-        dp.update();
-        store::Recordset mg(c.db(), "KVR_23");
-        mg.addNew();
-        mg.setValue("MG_No", 5);
-        mg.setValue("MG_Name", kCold);
-        mg.setValue("ST_No", 1);
-        mg.setValue("DP_No", 12);
-        store::buildSmallRecord(*c.state->codePage, "KVR_23", mg);
-        mg.update();
-    }
+    brindale::testing::addDept(c, 12, kMeat);
+    brindale::testing::addMainGroup(c, 5, 12, kCold);
     c.end();
 
     ASSERT_EQ(runUnder(c, "zh_CN.UTF-8"), 0);

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "mirror/mirror_fixture.h"
+#include "named_chain.h"
 #include "shell/lifecycle.h"
 #include "store/fatal_error.h"
 #include "store/mirror.h"
@@ -18,32 +18,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string kMeat = "\xE9\xB2\x9C\xE8\x82\x89\xE7\x86\x9F\xE9\xA3\x9F";  // 鲜肉熟食
-const std::string kCold = "\xE5\x86\xB7\xE7\x9B\x98";                          // 冷盘
-const std::vector<uint8_t> kMeatGbk = {0xCF, 0xCA, 0xC8, 0xE2, 0xCA, 0xEC, 0xCA, 0xB3};
+using brindale::testing::addDept;
+using brindale::testing::addMainGroup;
+using brindale::testing::kCold;
+using brindale::testing::kMeat;
+using brindale::testing::kMeatGbk;
 constexpr const char* kChinese = "zh_CN.UTF-8";
 constexpr const char* kDesktop = "C.UTF-8";
-
-void addDept(MirrorChain& c, int no, const std::string& name) {
-    store::Recordset rs(c.db(), "KVR_20");
-    rs.addNew();
-    rs.setValue("DP_No", no);
-    rs.setValue("DP_Name", name);
-    rs.setValue("ST_No", 1);
-    store::buildSmallRecord(*c.state->codePage, "KVR_20", rs);
-    rs.update();
-}
-
-void addMainGroup(MirrorChain& c, int no, int dept, const std::string& name) {
-    store::Recordset rs(c.db(), "KVR_23");
-    rs.addNew();
-    rs.setValue("MG_No", no);
-    rs.setValue("MG_Name", name);
-    rs.setValue("ST_No", 1);
-    rs.setValue("DP_No", dept);
-    store::buildSmallRecord(*c.state->codePage, "KVR_23", rs);
-    rs.update();
-}
 
 std::string column(MirrorChain& c, const std::string& table, const char* col) {
     store::Recordset rs(c.db(), table);
