@@ -15,6 +15,7 @@
 
 #include "codec/plu_record.h"
 #include "emulated_scale.h"
+#include "editor_fixture.h"
 #include "gui_support.h"
 #include "plu/ui/plu_editor_window.h"
 #include "plu/ui/plu_list.h"
@@ -27,39 +28,16 @@ using namespace brindale::testing;
 
 namespace {
 
-struct ListAndEditor : ::testing::Test {
-    GuiApp g;
-    plu::ui::PluEditor* ed = nullptr;
+struct ListAndEditor : EditorFixture {
     plu::ui::PluList* list = nullptr;
 
     void SetUp() override {
-        answerYes();
-        clearMessages();
-        firstStore(g, "Main street");
+        EditorFixture::SetUp();
         if (HasFatalFailure()) return;
-        g.select("STORE 1");
-        ed = qobject_cast<plu::ui::PluEditor*>(g.w().pluTabs());
         list = plu::ui::PluList::of(g.w());
-        ASSERT_NE(ed, nullptr);
         ASSERT_NE(list, nullptr);
     }
-    void TearDown() override {
-        answerYes();
-        g.state().pluChanged = false;
-    }
-    QLineEdit* edit(const char* name) {
-        auto* e = qobject_cast<QLineEdit*>(ed->control(name));
-        EXPECT_NE(e, nullptr) << name;
-        return e;
-    }
-    void type(const char* name, const QString& text) { edit(name)->setText(text); }
-    QString text(const char* name) { return edit(name)->text(); }
-    void newPlu(const QString& no, const QString& price) {
-        g.w().button("cmdNew")->click();
-        type("meditPLU", no);
-        type("meditUPrice", price);
-        g.w().button("cmdUpdate")->click();
-    }
+    QLineEdit* edit(const char* name) { return c<QLineEdit>(name); }
     QString listPlu() { return list->model()->index(list->currentRow(), 1).data().toString(); }
     int64_t price(int pluNo) {
         store::Recordset rs(*g.state().Conn, "select * from KVR_25 where PLU_No=" + std::to_string(pluNo));
