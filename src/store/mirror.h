@@ -51,6 +51,7 @@ using MirrorCheckpoint = std::function<void(long point)>;
 
 // A PLU that the end cannot pack as its columns stand.
 struct PluPackProblem {
+    int64_t rowid = 0;
     int64_t PLU_No = 0;
     int64_t ST_No = 0;
     std::string column;       // the column the codec names

@@ -7,7 +7,8 @@
 
 namespace brindale::store {
 
-PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, const std::string& where, bool inherit) {
+PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, const std::string& where, bool inherit,
+                          const PackProgress& progress) {
     PluPackResult result;
     RowMapper<codec::PluRow> map(db, "KVR_25", codec::pluColumns());
     DbInheritance settings(db);
@@ -19,14 +20,23 @@ PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, con
     ctx.remembered.clearKey();
     // The rows first, then the writes: an open SELECT on the table being updated would see them.
     std::vector<std::pair<int64_t, codec::PluRow>> packed;
+    long total = 0;
+    if (progress) {
+        auto count = db.prepare("SELECT COUNT(*) FROM KVR_25" + (where.empty() ? std::string() : " WHERE " + where));
+        count->step();
+        total = long(count->columnInt(0));
+    }
+    long done = 0;
     {
         auto st = db.prepare(map.selectSql(where));
         codec::PluRow row;
         while (st->step()) {
+            if (progress) progress(++done, total);
             map.read(*st, row);
             codec::Status s = codec::encodePluRecord(ctx, row, inherit);
             if (!s.ok()) {
                 PluPackProblem p;
+                p.rowid = st->columnInt(0);
                 p.PLU_No = row.PLU_No;
                 p.ST_No = row.ST_No;
                 p.error = s.error();

@@ -1,6 +1,7 @@
 #pragma once
 // Packs PLU rows into the records the scales take, in the working database itself: what a
 // download does to the selected rows before the transfer control reads them.
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,9 @@ struct PluPackResult {
 // written back with its record and the columns the encoder derives, in one transaction. With
 // `inherit` (as the downloads pass it) the label and barcode settings 255 are resolved through
 // main group, department and store; without, they go out as 255.
-PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& env, const std::string& where, bool inherit);
+// `progress(done, total)` follows the encoding, once per row.
+using PackProgress = std::function<void(long done, long total)>;
+PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& env, const std::string& where, bool inherit,
+                          const PackProgress& progress = {});
 
 }  // namespace brindale::store

@@ -174,6 +174,11 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
         }
         std::vector<SelectedRow> selected;
         if (!db.readSelected(code, selected, error)) return giveUp(FailReason::Database, Note::raw(error));
+        if (auto held = request_.heldBack.find(code); held != request_.heldBack.end() && !held->second.empty()) {
+            std::vector<int64_t> ids = held->second;
+            std::sort(ids.begin(), ids.end());
+            std::erase_if(selected, [&ids](const SelectedRow& r) { return std::binary_search(ids.begin(), ids.end(), r.rowid); });
+        }
         Plan::File file;
         file.code = code;
         const std::string table = "KVR_" + code;

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -44,6 +45,8 @@ struct TransferRequest {
     int section = 0;
     int mode = 0;
     std::vector<std::string> tables;
+    // Marked rows of KVR_<code> to leave out, by row id.
+    std::map<std::string, std::vector<int64_t>> heldBack;
 };
 
 struct ScaleTarget {

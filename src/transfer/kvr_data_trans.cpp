@@ -24,6 +24,8 @@ int KVRDataTrans::StartTransfer() {
     req.section = section_;
     req.mode = mode_;
     req.tables = tableList_;
+    req.heldBack = std::move(heldBack_);
+    heldBack_.clear();
     TransferEngine engine(req, options_);
     const LanguageTexts texts(languageText_);
     last_ = presenter_(engine, texts);

@@ -4,7 +4,9 @@
 // (headless, or in the progress window) is decided by its presenter.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -44,6 +46,10 @@ public:
     const std::vector<std::string>& TableList() const { return tableList_; }
     const std::string& LanguageText() const { return languageText_; }
 
+    // Rows of KVR_<code> that stay out of the next transfer although marked (a PLU whose record
+    // could not be built keeps its mark, but its old record is not sent). Cleared by StartTransfer.
+    void setHeldBack(const std::string& code, std::vector<int64_t> rowids) { heldBack_[code] = std::move(rowids); }
+
     // Runs the whole transfer; returns when it has ended. The result is the
     // number of scales that did not finish (callers may ignore it).
     int StartTransfer();
@@ -66,6 +72,7 @@ private:
     TransferOptions options_;
     Presenter presenter_;
     TransferSummary last_;
+    std::map<std::string, std::vector<int64_t>> heldBack_;
 };
 
 // Text of a summary for logs and the headless presenter, in the given texts.
