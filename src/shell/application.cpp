@@ -26,6 +26,7 @@
 #include "screens.h"
 #include "store/fatal_error.h"
 #include "plu/ui/plu_list.h"
+#include "transfer/ui/main_transfers.h"
 #include "tree_controller.h"
 
 namespace brindale::shell {
@@ -84,6 +85,7 @@ int Application::start() {
         auto* tree = new TreeController(*main_);
         auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
         if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
+        new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
         tree->loadEvent();
     } catch (const std::exception& e) {
         loading.hide();

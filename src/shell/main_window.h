@@ -5,6 +5,7 @@
 #include <map>
 
 #include "program_state.h"
+#include "transfer/flows.h"
 #include "transfer/kvr_data_trans.h"
 
 class QAction;
@@ -64,6 +65,12 @@ public:
     QTableView* pluGrid() const { return grid_; }
     QTabWidget* pluTabs() const { return tabs_; }
 
+    // Runs the editor's save now (the single-PLU download saves before it sends); true when saved
+    // or when there is no editor.
+    bool savePLUNow() { return !pluSaver_ || pluSaver_(); }
+    // What the transfer flows keep between clicks (cancelFlag, skipRefreshFlag, the collection).
+    transfer::FlowState& flowState() { return flowState_; }
+
     // Set once the end has run, so that a second close does nothing.
     bool ending() const { return ending_; }
 
@@ -102,6 +109,7 @@ private:
     std::function<bool()> pluSaver_;
     std::function<bool()> endHandler_;
     transfer::KVRDataTrans KVRDataTrans1_;
+    transfer::FlowState flowState_;
     bool ending_ = false;
 };
 

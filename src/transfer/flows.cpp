@@ -377,7 +377,7 @@ void FlowSession::afterUpload(const FlowRow& row, FlowOutcome& out) {
 void FlowSession::downloadOne(FlowOutcome& out) {
     const FlowRow& row = flowRow(Flow::DownloadOne);
     note("saveEditor");
-    if (hooks_.saveEditor) hooks_.saveEditor();
+    if (hooks_.saveEditor && !hooks_.saveEditor()) return;
     const int64_t id = ctx_.currentPluRowId;
     {
         auto up = db_.prepare("UPDATE KVR_25 SET Is_Selected = 1 WHERE rowid = ?1");

@@ -122,7 +122,7 @@ struct FlowHooks {
     // frmDownLoad: shown modally; it refreshes through the session and ends with ok() or cancel().
     // Without it, the dialog is taken as opened and OK'd with no box ticked.
     std::function<void(FlowSession&)> downloadDialog;
-    std::function<void()> saveEditor;        // single-PLU download, step 1
+    std::function<bool()> saveEditor;        // single-PLU download, step 1; false ends the flow
     std::function<void()> clearPluEdited;    // single-PLU download, step 9
     std::function<void(long rows)> review;   // frmUpload over the fetched rows of RC_25
     std::function<void(bool on)> mainEnabled;  // frmMain on and off around the review

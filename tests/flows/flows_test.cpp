@@ -67,7 +67,7 @@ TEST_F(PluFlows, TwoMarkedAndACurrentOneSendThreeAndOnlyTheCurrentIsClearedAfter
     markRows({store1[0], store1[1]});
     ctx.currentPluRowId = store1[2];
     bool saved = false, refreshed = false;
-    hooks.saveEditor = [&] { saved = true; };
+    hooks.saveEditor = [&] { return saved = true; };
     hooks.refreshList = [&] { refreshed = true; };
     hooks.clearPluEdited = [] {};
     const auto out = run(Flow::DownloadOne);
@@ -94,6 +94,14 @@ TEST_F(PluFlows, TheCurrentRowIsClearedAndTheListRefreshedAlsoWhenTheDialogIsCan
     EXPECT_EQ(run(Flow::DownloadOne).end, FlowEnd::Cancelled);
     EXPECT_TRUE(calls.empty());
     EXPECT_EQ(refreshed, 1);
+    EXPECT_EQ(count("SELECT COUNT(*) FROM KVR_25 WHERE Is_Selected <> 0"), 0);
+}
+
+TEST_F(PluFlows, AnEditorThatCannotSaveEndsTheSingleDownloadWithNothingMarkedOrSent) {
+    ctx.currentPluRowId = store1[0];
+    hooks.saveEditor = [] { return false; };
+    EXPECT_EQ(run(Flow::DownloadOne).end, FlowEnd::Declined);
+    EXPECT_TRUE(calls.empty());
     EXPECT_EQ(count("SELECT COUNT(*) FROM KVR_25 WHERE Is_Selected <> 0"), 0);
 }
 

@@ -212,11 +212,11 @@ TEST_F(Gui, SelectClearAndToggleWriteTheMarks) {
     EXPECT_FALSE(c.g.enabled("cmdClearAll"));  // nothing marked: clearing would do nothing
     EXPECT_TRUE(c.g.enabled("cmdSelectAll"));
     // A command that sends the marked rows, once its flow is there, follows the marks.
-    c.w().setHandler("cmdDownload", [] {});
+    c.w().setHandler("cmdSendAll", [] {});
     c.list().checkSelection();
-    EXPECT_FALSE(c.g.enabled("cmdDownload"));
+    EXPECT_FALSE(c.g.enabled("cmdSendAll"));
     c.w().button("cmdSelectAll")->click();
-    EXPECT_TRUE(c.g.enabled("cmdDownload"));
+    EXPECT_TRUE(c.g.enabled("cmdSendAll"));
     EXPECT_EQ(c.marked(), 4);
     EXPECT_EQ(c.marked("ST_No=2"), 0);
     EXPECT_EQ(c.cell(2, 5).toStdString(), "*");
@@ -227,7 +227,7 @@ TEST_F(Gui, SelectClearAndToggleWriteTheMarks) {
     c.w().button("cmdClearAll")->click();
     EXPECT_EQ(c.marked(), 0);
     EXPECT_EQ(c.cell(2, 5).toStdString(), "");
-    EXPECT_FALSE(c.g.enabled("cmdDownload"));
+    EXPECT_FALSE(c.g.enabled("cmdSendAll"));
     EXPECT_FALSE(c.list().checkSelection());
 
     // Space in the grid flips the current row; a click in the mark column does too.

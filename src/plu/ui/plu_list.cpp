@@ -42,7 +42,8 @@ constexpr const char* kGridKeys[] = {"MainGrdNo", "MainGrdPLU", "MainGrdItem", "
                                      "MainGrdSelected"};
 
 // The commands that act on the marked rows of KVR_25 (sending them, deleting them on the scales).
-constexpr const char* kSelectionCommands[] = {"cmdDownload", "cmdDel", "menuDownLoad"};
+// The commands that send or delete the marked rows; the single-PLU download needs a current row.
+constexpr const char* kSelectionCommands[] = {"cmdSendAll", "menuDownLoad", "cmdDel", "menuDeletePlu"};
 
 bool allDigits(const QString& s) {
     if (s.isEmpty()) return false;
@@ -469,6 +470,7 @@ void PluList::enablePLUButtons() {
     w_.setCommandEnabled("cmdDelAll", n > 0);
     w_.setCommandEnabled("cmdDlelte", has && !newRow_);
     w_.setCommandEnabled("cmdCopy", has && !newRow_);
+    w_.setCommandEnabled("cmdDownload", has && !newRow_);
     w_.setCommandEnabled("cmdReflesh", state_.Conn != nullptr && hasNode_);
 }
 

@@ -1,0 +1,328 @@
+// The transfer commands of the main window on a generated chain: store 1 has 127.0.0.2 and
+// 127.0.0.3 in section 1 and 127.0.0.4 in section 2, each an emulated scale.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTableWidget>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTimer>
+
+#include "chain_generator.h"
+#include "codec/plu_record.h"
+#include "emulated_scale.h"
+#include "gui_support.h"
+#include "plu/ui/plu_list.h"
+#include "shell/lifecycle.h"
+#include "transfer/ui/download_dialog.h"
+#include "transfer/ui/main_transfers.h"
+
+namespace brindale::testing {
+namespace {
+
+struct Quiet : shell::LifecycleView {
+    void setLabel(const std::string&) override {}
+    void repaint() override {}
+};
+
+std::string padded(const std::string& ip) {
+    std::string out, group;
+    auto flush = [&] {
+        out += std::string(3 - group.size(), ' ') + group;
+        group.clear();
+    };
+    for (char c : ip) {
+        if (c == '.') {
+            flush();
+            out += '.';
+        } else {
+            group += c;
+        }
+    }
+    flush();
+    return out;
+}
+
+// A generated chain of one store, ended once so that the program starts on its mirror.
+std::unique_ptr<TempApp> generatedChain() {
+    auto dir = std::make_unique<TempApp>();
+    shell::ProgramState st;
+    st.appDir = dir->dir();
+    Quiet v;
+    if (shell::runStartup(st, v) != shell::StartResult::Ok) throw std::runtime_error("start failed");
+    datagen::ChainShape shape;
+    shape.stores = 1;
+    shape.sectionsPerStore = 2;
+    shape.scalesPerSection = 1;
+    shape.plus = 60;
+    datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, 11);
+    st.Conn->exec("DELETE FROM SCALE");
+    int n = 0;
+    for (const char* a : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
+        ++n;
+        st.Conn->exec("INSERT INTO SCALE (SC_IP, SC_No, SC_Used, ST_No, SECT_No) VALUES ('" + padded(a) + "', 'Scale " +
+                      std::to_string(n) + "', 1, 1, " + std::to_string(n <= 2 ? 1 : 2) + ")");
+    }
+    st.Conn->exec("UPDATE KVR_25 SET Is_Selected = 0");
+    shell::endProgram(st, v);
+    return dir;
+}
+
+class MainTransfersGui : public ::testing::Test {
+protected:
+    std::unique_ptr<GuiApp> g;
+    std::vector<std::unique_ptr<scaleemu::EmulatedScale>> scales;
+    plu::ui::PluList* list = nullptr;
+    QTimer closer;  // closes the progress window once its transfer has ended
+
+    virtual bool refuse(const std::string&) const { return false; }
+
+    void SetUp() override {
+        answerYes();
+        clearMessages();
+        g = std::make_unique<GuiApp>(generatedChain());
+        ASSERT_EQ(g->start(), 0);
+        uint16_t port = 0;
+        for (const char* address : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
+            scaleemu::ScaleOptions so;
+            so.address = address;
+            so.port = port;
+            so.refuse = refuse(address);
+            auto s = std::make_unique<scaleemu::EmulatedScale>(so);
+            std::string error;
+            ASSERT_TRUE(s->start(error)) << error;
+            port = s->port();
+            scales.push_back(std::move(s));
+        }
+        transfer::TransferOptions to;
+        to.port = port;
+        to.connectTimeout = std::chrono::milliseconds(2000);
+        to.replyTimeout = std::chrono::milliseconds(5000);
+        to.scaleTimeout = std::chrono::milliseconds(20000);
+        g->w().KVRDataTrans1().setOptions(to);
+        list = plu::ui::PluList::of(g->w());
+        ASSERT_NE(list, nullptr);
+        ASSERT_NE(transfer::ui::MainTransfers::of(g->w()), nullptr);
+        QObject::connect(&closer, &QTimer::timeout, [] {
+            QWidget* m = QApplication::activeModalWidget();
+            if (!m || m->objectName() != "frmTransfer") return;
+            auto* close = m->findChild<QPushButton*>("cmdClose");
+            if (close && close->isEnabled()) close->click();
+        });
+        closer.start(20);
+        g->select("SECT 1 1");  // section 1: 127.0.0.2 and 127.0.0.3
+        ASSERT_GT(list->shownCount(), 5);
+    }
+    void TearDown() override {
+        closer.stop();
+        for (auto& s : scales) s->stop();
+    }
+
+    store::Database& db() { return *g->state().Conn; }
+    std::vector<int64_t> column(const std::string& sql) {
+        std::vector<int64_t> out;
+        auto st = db().prepare(sql);
+        while (st->step()) out.push_back(st->columnInt(0));
+        return out;
+    }
+    std::vector<int64_t> pluNumbersOn(int i) {
+        const auto env = g->state().codecEnvironment();
+        std::vector<int64_t> out;
+        for (const auto& [n, r] : scales[size_t(i)]->file("25")) {
+            codec::PluRow row;
+            row.KVRBinData = r;
+            EXPECT_EQ(codec::decodePluRecord(env, row).outcome, codec::DecodeOutcome::Decoded);
+            out.push_back(row.PLU_No);
+        }
+        std::sort(out.begin(), out.end());
+        return out;
+    }
+    // Marks the PLUs of the list's rows through the list, as the operator does.
+    void markRows(std::initializer_list<int> rows) {
+        for (int r : rows) {
+            ASSERT_TRUE(list->moveTo(r));
+            list->togglePLUSelection();
+        }
+    }
+    // Drives frmDownLoad: waits for its buttons, ticks the boxes and presses a button.
+    std::unique_ptr<ModalDriver> answerDialog(bool dept, bool mg, const char* press, QString* title = nullptr,
+                                              QStringList* held = nullptr) {
+        // The buttons come on after the packing, which runs from the dialog's own event loop: the
+        // answer is given from a timer of the dialog, never by waiting inside it.
+        return std::make_unique<ModalDriver>("frmDownLoad", [=](QDialog* d) {
+            auto* t = new QTimer(d);
+            QObject::connect(t, &QTimer::timeout, d, [=] {
+                auto* ok = d->findChild<QPushButton*>("cmdOK");
+                if (!ok->isEnabled()) return;
+                t->stop();
+                EXPECT_FALSE(d->findChild<QLabel*>("lblloading")->isVisible());
+                if (title)
+                    *title = d->windowTitle() + "|" + d->findChild<QWidget*>("Frame1")->property("title").toString();
+                if (held) {
+                    auto* lst = d->findChild<QListWidget*>("lstHeld");
+                    for (int i = 0; i < lst->count(); ++i) *held << lst->item(i)->text();
+                }
+                d->findChild<QCheckBox*>("chkDept")->setChecked(dept);
+                d->findChild<QCheckBox*>("chkMG")->setChecked(mg);
+                d->findChild<QPushButton*>(press)->click();
+            });
+            t->start(10);
+        });
+    }
+};
+
+TEST_F(MainTransfersGui, SendAllWithDepartmentsAndGroupsReachesSectionOneOnly) {
+    markRows({0, 2, 4});
+    const auto marked = column("SELECT PLU_No FROM KVR_25 WHERE Is_Selected = 1 ORDER BY PLU_No");
+    ASSERT_EQ(marked.size(), 3u);
+    ASSERT_TRUE(g->enabled("cmdSendAll"));
+    QString captions;
+    auto driver = answerDialog(true, true, "cmdOK", &captions);
+    g->w().button("cmdSendAll")->click();
+    EXPECT_TRUE(driver->seen());
+    EXPECT_EQ(captions.toStdString(), g->text("frm_OTHER", "downTitle") + "|" + g->text("frm_OTHER", "downFrame"));
+    EXPECT_EQ(pluNumbersOn(0), marked);
+    EXPECT_EQ(pluNumbersOn(1), marked);
+    EXPECT_TRUE(scales[2]->file("25").empty());
+    const size_t depts = column("SELECT COUNT(*) FROM KVR_20 WHERE ST_No = 1")[0];
+    const size_t groups = column("SELECT COUNT(*) FROM KVR_23 WHERE ST_No = 1")[0];
+    EXPECT_EQ(scales[0]->file("20").size(), depts);
+    EXPECT_EQ(scales[1]->file("23").size(), groups);
+    EXPECT_TRUE(scales[2]->file("20").empty());
+    EXPECT_TRUE(g->enabled("cmdSendAll"));  // back on after the flow
+}
+
+TEST_F(MainTransfersGui, CancelInTheDialogSendsNothingAndEscapeIsCancel) {
+    markRows({1});
+    auto driver = std::make_unique<ModalDriver>("frmDownLoad", [](QDialog* d) {
+        auto* t = new QTimer(d);
+        QObject::connect(t, &QTimer::timeout, d, [=] {
+            if (!d->findChild<QPushButton*>("cmdCancel")->isEnabled()) return;
+            t->stop();
+            QKeyEvent esc(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+            QApplication::sendEvent(d, &esc);
+        });
+        t->start(10);
+    });
+    g->w().action("menuDownLoad")->trigger();
+    EXPECT_TRUE(driver->seen());
+    EXPECT_EQ(g->w().flowState().cancelFlag, 1);
+    for (auto& s : scales) EXPECT_TRUE(s->file("25").empty());
+    EXPECT_EQ(column("SELECT COUNT(*) FROM KVR_25 WHERE Is_Selected = 1")[0], 1);
+}
+
+TEST_F(MainTransfersGui, AnEditedPluIsSentAloneByCmdDownloadAndItsMarkCleared) {
+    ASSERT_TRUE(list->moveTo(3));
+    const int64_t rowid = list->currentRowId();
+    const int64_t no = column("SELECT PLU_No FROM KVR_25 WHERE rowid = " + std::to_string(rowid))[0];
+    // Typed into the editor, not saved: the download saves it first.
+    auto* price = qobject_cast<QLineEdit*>(g->w().pluTabs()->findChild<QWidget*>("meditUPrice"));
+    ASSERT_NE(price, nullptr);
+    g->w().button("cmdEdit")->click();
+    price->setText("7.77");
+    ASSERT_TRUE(g->enabled("cmdDownload"));
+    auto driver = answerDialog(false, false, "cmdOK");
+    g->w().button("cmdDownload")->click();
+    EXPECT_TRUE(driver->seen());
+    ASSERT_EQ(pluNumbersOn(0), (std::vector<int64_t>{no}));
+    codec::PluRow row;
+    row.KVRBinData = scales[1]->file("25").begin()->second;
+    ASSERT_EQ(codec::decodePluRecord(g->state().codecEnvironment(), row).outcome, codec::DecodeOutcome::Decoded);
+    EXPECT_EQ(row.PLU_UPrice, 777);
+    EXPECT_EQ(column("SELECT COUNT(*) FROM KVR_25 WHERE Is_Selected <> 0")[0], 0);
+    EXPECT_EQ(list->currentRowId(), rowid);
+    EXPECT_EQ(column("SELECT PLU_UPrice FROM KVR_25 WHERE rowid = " + std::to_string(rowid))[0], 777);
+    EXPECT_FALSE(g->state().pluChanged);
+}
+
+TEST_F(MainTransfersGui, DeleteShowsTheDeleteCaptionsAndRemovesTheMarkedPlusFromSectionOne) {
+    markRows({0, 1, 2});
+    auto send = answerDialog(false, false, "cmdOK");
+    g->w().button("cmdSendAll")->click();
+    ASSERT_EQ(pluNumbersOn(0).size(), 3u);
+    list->cmdClearAll();
+    markRows({1});
+    const auto gone = column("SELECT PLU_No FROM KVR_25 WHERE Is_Selected = 1");
+    QString captions;
+    auto del = answerDialog(false, false, "cmdOK", &captions);
+    g->w().button("cmdDel")->click();
+    EXPECT_TRUE(del->seen());
+    EXPECT_EQ(captions.toStdString(), g->text("frm_OTHER", "delTitle") + "|" + g->text("frm_OTHER", "delFrame"));
+    for (int i : {0, 1}) {
+        const auto left = pluNumbersOn(i);
+        EXPECT_EQ(left.size(), 2u);
+        EXPECT_EQ(std::count(left.begin(), left.end(), gone[0]), 0);
+    }
+    EXPECT_TRUE(scales[2]->file("25").empty());
+}
+
+TEST_F(MainTransfersGui, APluThatCannotBePackedIsListedAndStaysMarkedWhileTheOthersGo) {
+    markRows({0, 1});
+    const auto marked = column("SELECT rowid FROM KVR_25 WHERE Is_Selected = 1 ORDER BY PLU_No");
+    db().exec("UPDATE KVR_25 SET PLU_UPrice = 99999999999 WHERE rowid = " + std::to_string(marked[1]));
+    const int64_t badNo = column("SELECT PLU_No FROM KVR_25 WHERE rowid = " + std::to_string(marked[1]))[0];
+    QStringList held;
+    auto driver = answerDialog(false, false, "cmdOK", nullptr, &held);
+    g->w().button("cmdSendAll")->click();
+    ASSERT_EQ(held.size(), 1);
+    EXPECT_TRUE(held[0].contains(QString::number(badNo))) << held[0].toStdString();
+    EXPECT_TRUE(held[0].contains("PLU_UPrice")) << held[0].toStdString();
+    EXPECT_EQ(pluNumbersOn(0).size(), 1u);
+    EXPECT_EQ(column("SELECT Is_Selected FROM KVR_25 WHERE rowid = " + std::to_string(marked[1]))[0], 1);
+}
+
+TEST_F(MainTransfersGui, DepartmentsOfTheStoreGoByTheMenuOfADepartmentNode) {
+    g->select("STORE 1");
+    if (g->state().viewNumber == 1) g->w().button("cmdData")->click();
+    const int64_t dept = column("SELECT DP_No FROM KVR_20 WHERE ST_No = 1 ORDER BY DP_No LIMIT 1")[0];
+    g->select("DEPT 1 " + std::to_string(dept));
+    ASSERT_TRUE(g->enabled("menuDownloadDept"));
+    g->trigger("menuDownloadDept");
+    EXPECT_EQ(scales[0]->file("20").size(), size_t(column("SELECT COUNT(*) FROM KVR_20 WHERE ST_No = 1")[0]));
+    EXPECT_TRUE(scales[0]->file("23").empty());
+}
+
+class RefusingScaleGui : public MainTransfersGui {
+    bool refuse(const std::string& a) const override { return a == "127.0.0.3"; }
+};
+
+TEST_F(RefusingScaleGui, ADownloadWithOneScaleRefusingCompletesTheOtherAndNamesTheFailedOne) {
+    markRows({0});
+    QString summary;
+    closer.stop();
+    QTimer reader;
+    QObject::connect(&reader, &QTimer::timeout, [&] {
+        QWidget* m = QApplication::activeModalWidget();
+        if (!m || m->objectName() != "frmTransfer") return;
+        auto* close = m->findChild<QPushButton*>("cmdClose");
+        if (close && close->isEnabled()) {
+            summary = m->findChild<QLabel*>("lblSummary")->text();
+            auto* grid = m->findChild<QTableWidget*>("gridScales");
+            for (int r = 0; r < grid->rowCount(); ++r) {
+                summary += "\n";
+                for (int c = 0; c < grid->columnCount(); ++c)
+                    if (grid->item(r, c)) summary += grid->item(r, c)->text() + "|";
+            }
+            close->click();
+        }
+    });
+    reader.start(20);
+    auto driver = answerDialog(false, false, "cmdOK");
+    g->w().button("cmdSendAll")->click();
+    reader.stop();
+    EXPECT_EQ(pluNumbersOn(0).size(), 1u);
+    EXPECT_TRUE(scales[1]->file("25").empty());
+    // The failed scale is named with its address and the reason.
+    const QString failedLine = summary.section('\n', 2, 2);
+    EXPECT_TRUE(failedLine.contains("Scale 2") && failedLine.contains("127.  0.  0.  3")) << summary.toStdString();
+    EXPECT_TRUE(failedLine.contains("The scale refused the connection")) << summary.toStdString();
+    EXPECT_EQ(g->w().KVRDataTrans1().lastSummary().countFailed(), 1u);
+}
+
+}  // namespace
+}  // namespace brindale::testing
