@@ -24,11 +24,13 @@ struct RecordCodec {
     }
 };
 
-// The record of a PLU with a number, a price, a one-line name, a main group (997: none) and a
-// tare.
+// The record of a PLU with a number, a price, a one-line name, a main group (997: none), a tare,
+// weighed or counted.
 inline std::vector<uint8_t> pluRecord(const codec::CodecEnvironment& env, int64_t pluNo, int64_t price,
-                                      const std::string& name, int64_t mainGroup = 997, int64_t tare = 0) {
+                                      const std::string& name, int64_t mainGroup = 997, int64_t tare = 0,
+                                      bool counted = false) {
     codec::PluRow r;
+    r.Stat1_Unit = counted ? 1 : 0;
     r.PLU_No = pluNo;
     r.PLU_UPrice = price;
     r.ST_No = 1;
