@@ -239,16 +239,21 @@ TakeOverResult takeOverMarked(const ReviewSet& set, const TakeOverOptions& optio
         while (st->step()) existing.emplace(st->columnInt(0), st->columnInt(1));
     }
 
-    std::string insertSql = "INSERT INTO KVR_25 (", values, updateSql = "UPDATE KVR_25 SET ";
+    // Each record goes over inside the database, column by position: the values never pass
+    // through here. The three re-homed columns come from the parameters ?1 (rowid in RC_25),
+    // ?2 (store), ?3 (main group).
+    std::string names, picks;
     for (int i = 0; i < columns; ++i) {
-        const std::string name = store::quoteIdent(target->columns[static_cast<size_t>(i)].name);
-        const std::string p = "?" + std::to_string(i + 1);
-        insertSql += (i ? "," : "") + name;
-        values += (i ? "," : "") + p;
-        updateSql += (i ? "," : "") + name + "=" + p;
+        names += std::string(i ? "," : "") + store::quoteIdent(target->columns[static_cast<size_t>(i)].name);
+        std::string pick = store::quoteIdent(source->columns[static_cast<size_t>(i)].name);
+        if (i == stCol) pick = "?2";
+        else if (i == mgCol) pick = "?3";
+        else if (i == mgCodeCol && *group != kNoMainGroup) pick = "1";
+        picks += (i ? "," : "") + pick;
     }
-    insertSql += ") VALUES (" + values + ")";
-    updateSql += " WHERE rowid=?" + std::to_string(columns + 1);
+    const std::string insertSql = "INSERT INTO KVR_25 (" + names + ") SELECT " + picks + " FROM RC_25 WHERE rowid=?1";
+    const std::string updateSql = "UPDATE KVR_25 SET (" + names + ") = (SELECT " + picks +
+                                  " FROM RC_25 WHERE rowid=?1) WHERE rowid=?4";
 
     const long total = set.size();
     Ticker tick(progress, total);
@@ -256,43 +261,39 @@ TakeOverResult takeOverMarked(const ReviewSet& set, const TakeOverOptions& optio
     try {
         store::Transaction tx(db);
         {
-            auto read = db.prepare("SELECT * FROM RC_25 WHERE rowid=?1");
+            auto number = db.prepare("SELECT PLU_No FROM RC_25 WHERE rowid=?1");
             auto insert = db.prepare(insertSql);
             auto update = db.prepare(updateSql);
-            sqlite3_stmt* r = read->handle();
+            sqlite3_stmt* r = number->handle();
             for (long pos = 0; pos < total; ++pos) {
                 tick.step(pos + 1);
                 if (!set.marked(pos)) continue;
-                sqlite3_bind_int64(r, 1, set.rowIdAt(pos));
-                if (sqlite3_step(r) != SQLITE_ROW) {
-                    sqlite3_reset(r);
-                    return fail(0, "the fetched row " + std::to_string(pos + 1) + " is gone from RC_25");
-                }
-                plu = sqlite3_column_int64(r, pluCol);
+                const int64_t id = set.rowIdAt(pos);
+                sqlite3_bind_int64(r, 1, id);
+                const bool there = sqlite3_step(r) == SQLITE_ROW;
+                plu = there ? sqlite3_column_int64(r, 0) : 0;
+                sqlite3_reset(r);
+                if (!there) return fail(0, "the fetched row " + std::to_string(pos + 1) + " is gone from RC_25");
                 const auto found = existing.find(plu);
                 sqlite3_stmt* w = nullptr;
                 if (found == existing.end()) {
                     w = insert->handle();
                 } else if (options.overwriteSameNumber) {
                     w = update->handle();
-                    sqlite3_bind_int64(w, columns + 1, found->second);
+                    sqlite3_bind_int64(w, 4, found->second);
                 } else {
                     result.leftOut.push_back(plu);
-                    sqlite3_reset(r);
                     continue;
                 }
-                for (int i = 0; i < columns; ++i) sqlite3_bind_value(w, i + 1, sqlite3_column_value(r, i));
-                sqlite3_bind_int64(w, stCol + 1, *store);
-                sqlite3_bind_int64(w, mgCol + 1, *group);
-                if (*group != kNoMainGroup) sqlite3_bind_int64(w, mgCodeCol + 1, 1);
+                sqlite3_bind_int64(w, 1, id);
+                sqlite3_bind_int64(w, 2, *store);
+                sqlite3_bind_int64(w, 3, *group);
                 const int rc = sqlite3_step(w);
                 if (rc != SQLITE_DONE) {
                     const std::string reason = sqlite3_errmsg(db.handle());
                     sqlite3_reset(w);
-                    sqlite3_reset(r);
                     return fail(plu, reason);
                 }
-                sqlite3_reset(r);
                 sqlite3_reset(w);
                 if (found == existing.end()) ++result.added;
                 else ++result.overwritten;

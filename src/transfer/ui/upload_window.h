@@ -89,6 +89,8 @@ public:
     void transferMarked();
 
     const ReviewSet& reviewSet() const { return set_; }
+    // The marks, for callers that mark many rows at once (the grid's view is told by reload()).
+    ReviewSet& reviewSet() { return set_; }
     const DecodeReport& decodeReport() const { return report_; }
     UploadGridModel* model() const { return model_; }
     plu::ui::PluEditor* editor() const { return editor_; }
