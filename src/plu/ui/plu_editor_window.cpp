@@ -784,9 +784,11 @@ void PluEditor::clear() {
     enablePLUButtons();
 }
 
-bool PluEditor::showRow(int64_t rowid) {
+bool PluEditor::showRow(int64_t rowid) { return showRowOf("KVR_25", rowid); }
+
+bool PluEditor::showRowOf(const std::string& table, int64_t rowid) {
     if (!state_.Conn || !state_.Conn->isOpen()) return false;
-    store::Recordset rs(*state_.Conn, "select * from KVR_25 where rowid=" + std::to_string(rowid));
+    store::Recordset rs(*state_.Conn, "select * from " + table + " where rowid=" + std::to_string(rowid));
     if (rs.recordCount() == 0) {
         clear();
         return false;

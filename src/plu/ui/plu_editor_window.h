@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "codec/plu_row.h"
@@ -50,6 +51,9 @@ public:
     // Shows the row of KVR_25 with this row id (ShowPluData); the changed flag goes down. The
     // caller has asked askSavePLU before. False when there is no such row (the editor is cleared).
     bool showRow(int64_t rowid);
+    // The same for a table of KVR_25's columns (the fetched RC_25 of the upload review); meant for
+    // a read-only editor, since a save writes KVR_25.
+    bool showRowOf(const std::string& table, int64_t rowid);
     // No row: blank controls, nothing to edit.
     void clear();
     int64_t currentRowId() const { return rowid_; }
