@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QLabel>
@@ -14,6 +15,7 @@
 #include <QTimer>
 
 #include "chain_generator.h"
+#include "chain_settings.h"
 #include "codec/plu_record.h"
 #include "emulated_scale.h"
 #include "gui_support.h"
@@ -21,6 +23,7 @@
 #include "shell/lifecycle.h"
 #include "transfer/ui/download_dialog.h"
 #include "transfer/ui/main_transfers.h"
+#include "transfer/ui/upload_window.h"
 
 namespace brindale::testing {
 namespace {
@@ -69,7 +72,12 @@ std::unique_ptr<TempApp> generatedChain() {
                       std::to_string(n) + "', 1, 1, " + std::to_string(n <= 2 ? 1 : 2) + ")");
     }
     st.Conn->exec("UPDATE KVR_25 SET Is_Selected = 0");
+    // A second store with one department and main group 5, where fetched PLUs are taken.
+    st.Conn->exec("INSERT INTO STORE (ST_No, ST_Name) VALUES (2, 'Harbour')");
+    st.Conn->exec("INSERT INTO KVR_20 (DP_No, DP_Name, ST_No, SECT_No) VALUES (1, 'Fresh', 2, 0)");
+    st.Conn->exec("INSERT INTO KVR_23 (MG_No, MG_Name, ST_No, SECT_No, DP_No) VALUES (5, 'Fish', 2, 0, 1)");
     shell::endProgram(st, v);
+    datagen::writeChainSettings(dir->dir(), 2);  // two stores: multi store mode
     return dir;
 }
 
@@ -285,6 +293,87 @@ TEST_F(MainTransfersGui, DepartmentsOfTheStoreGoByTheMenuOfADepartmentNode) {
     g->trigger("menuDownloadDept");
     EXPECT_EQ(scales[0]->file("20").size(), size_t(column("SELECT COUNT(*) FROM KVR_20 WHERE ST_No = 1")[0]));
     EXPECT_TRUE(scales[0]->file("23").empty());
+}
+
+TEST_F(MainTransfersGui, FetchedPlusAreReviewedAndTheMarkedOnesTakenIntoAnotherStoreAndGroup) {
+    markRows({0, 1, 2});
+    const auto sent = column("SELECT PLU_No FROM KVR_25 WHERE Is_Selected = 1 ORDER BY PLU_No");
+    auto send = answerDialog(false, false, "cmdOK");
+    g->w().button("cmdSendAll")->click();
+    ASSERT_EQ(pluNumbersOn(0), sent);
+    ASSERT_EQ(pluNumbersOn(1), sent);
+
+    int gridRows = -1;
+    std::vector<long> added, overwritten;
+    auto review = std::make_unique<ModalDriver>("frmUpload", [&](QDialog* d) {
+        auto* win = qobject_cast<transfer::ui::UploadWindow*>(d);
+        ASSERT_NE(win, nullptr);
+        auto* t = new QTimer(d);
+        QObject::connect(t, &QTimer::timeout, d, [=, &gridRows, &added, &overwritten] {
+            if (win->model()->rowCount() == 0) return;
+            t->stop();
+            gridRows = win->model()->rowCount();
+            // Each PLU came from both scales: rows 0 and 2 are two different PLUs.
+            win->clickGrid(0, 6);
+            win->clickGrid(2, 6);
+            auto* st = d->findChild<QComboBox*>("combST");
+            st->setCurrentIndex(st->findText("2"));
+            auto* dp = d->findChild<QComboBox*>("combDP");
+            dp->setCurrentIndex(dp->findText("1"));
+            auto* mg = d->findChild<QComboBox*>("combMG");
+            mg->setCurrentIndex(mg->findText("5"));
+            auto* same = d->findChild<QCheckBox*>("chkSamePLU");
+            auto* transfer = d->findChild<QPushButton*>("cmdTransfer");
+            same->setChecked(false);
+            const long before = long(column("SELECT COUNT(*) FROM KVR_25 WHERE ST_No = 2")[0]);
+            transfer->click();
+            added.push_back(long(column("SELECT COUNT(*) FROM KVR_25 WHERE ST_No = 2")[0]) - before);
+            // Again, unticked: both numbers now exist in store 2 and are left out.
+            db().exec("UPDATE KVR_25 SET PLU_UPrice = 1 WHERE ST_No = 2");
+            transfer->click();
+            overwritten.push_back(long(column("SELECT COUNT(*) FROM KVR_25 WHERE ST_No = 2 AND PLU_UPrice <> 1")[0]));
+            same->setChecked(true);
+            transfer->click();
+            overwritten.push_back(long(column("SELECT COUNT(*) FROM KVR_25 WHERE ST_No = 2 AND PLU_UPrice <> 1")[0]));
+            d->findChild<QPushButton*>("cmdClose")->click();
+        });
+        t->start(10);
+    });
+    clearMessages();
+    g->w().button("cmdUpload")->click();
+    ASSERT_TRUE(review->seen());
+    EXPECT_EQ(gridRows, 6);  // three PLUs from each of the two scales of section 1
+    EXPECT_EQ(added, (std::vector<long>{2}));
+    EXPECT_EQ(overwritten, (std::vector<long>{0, 2}));  // left out unticked, overwritten ticked
+    // Re-homed: store 2, main group 5, the group flag on.
+    const auto taken = column("SELECT PLU_No FROM KVR_25 WHERE ST_No = 2 AND PLU_MG = 5 AND Stat2_MGCode = 1 "
+                              "ORDER BY PLU_No");
+    EXPECT_EQ(taken, (std::vector<int64_t>{sent[0], sent[1]}));
+    EXPECT_EQ(column("SELECT COUNT(*) FROM RC_25")[0], 0);
+    // cmdUpload clears the selection after a review.
+    EXPECT_EQ(column("SELECT COUNT(*) FROM KVR_25 WHERE Is_Selected <> 0")[0], 0);
+    EXPECT_TRUE(g->w().isEnabled());
+    EXPECT_EQ(messagesShown().size(), 3u);  // upTranOK with the counts, once per cmdTransfer
+}
+
+TEST_F(MainTransfersGui, TheMenuUploadKeepsTheSelection) {
+    markRows({0});
+    auto send = answerDialog(false, false, "cmdOK");
+    g->w().button("cmdSendAll")->click();
+    auto review = std::make_unique<ModalDriver>("frmUpload", [](QDialog* d) {
+        auto* t = new QTimer(d);
+        QObject::connect(t, &QTimer::timeout, d, [=] {
+            auto* win = qobject_cast<transfer::ui::UploadWindow*>(d);
+            if (win->model()->rowCount() == 0) return;
+            t->stop();
+            d->findChild<QPushButton*>("cmdClose")->click();
+        });
+        t->start(10);
+    });
+    g->w().action("menuUpLoad")->trigger();
+    EXPECT_TRUE(review->seen());
+    EXPECT_EQ(column("SELECT COUNT(*) FROM KVR_25 WHERE Is_Selected <> 0")[0], 1);
+    EXPECT_EQ(column("SELECT COUNT(*) FROM RC_25")[0], 0);
 }
 
 class RefusingScaleGui : public MainTransfersGui {

@@ -10,6 +10,7 @@
 #include "shell/main_window.h"
 #include "shell/messages.h"
 #include "transfer/ui/download_dialog.h"
+#include "transfer/ui/upload_window.h"
 
 namespace brindale::transfer::ui {
 
@@ -42,6 +43,7 @@ MainTransfers::MainTransfers(shell::MainWindow& window, plu::ui::PluList& list)
     on("popmenuDownloadDept", &MainTransfers::menuDownloadDept);
     on("menuDownloadMG", &MainTransfers::menuDownloadMG);
     on("popmenuDownloadMG", &MainTransfers::menuDownloadMG);
+    reviewer_ = [this](long) { reviewUploaded(w_.state(), &w_); };
     // Fetching needs only the working database; the engine names a store without scales.
     w_.setCommandEnabled("cmdUpload", true);
     w_.setCommandEnabled("menuUpLoad", true);

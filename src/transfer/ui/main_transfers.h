@@ -31,7 +31,7 @@ public:
     FlowOutcome run(Flow flow, FlowContext extra = {}, FlowHooks hooks = {});
     bool running() const { return running_; }
 
-    // The review of fetched PLUs (frmUpload); without one, fetched rows are only emptied.
+    // The review of fetched PLUs: frmUpload unless replaced (tests).
     void setReviewer(std::function<void(long rows)> reviewer) { reviewer_ = std::move(reviewer); }
     // The dialog of the PLU flows; tests may replace it. By default frmDownLoad, modal.
     void setDownloadDialog(std::function<void(FlowSession&)> dialog) { dialog_ = std::move(dialog); }
