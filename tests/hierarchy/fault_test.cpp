@@ -28,7 +28,10 @@
 #include "shell/settings.h"
 #include "store/fatal_error.h"
 #include "store/recordset.h"
+#include "store/plu_pack.h"
 #include "transfer/engine.h"
+#include "transfer/ui/main_transfers.h"
+#include "transfer/ui/upload_window.h"
 
 using namespace brindale;
 using namespace brindale::testing;
@@ -137,6 +140,8 @@ std::vector<SignalCase> signalCases() {
         v.push_back({nullptr, "FirstRun", sig});
         v.push_back({nullptr, "MessageBox", sig});
         v.push_back({nullptr, "Transfer", sig});
+        v.push_back({nullptr, "DownloadDialog", sig});
+        v.push_back({nullptr, "UploadReview", sig});
         for (const auto& o : kOpenings) v.push_back({&o, o.name, sig});
     }
     return v;
@@ -210,6 +215,22 @@ TEST_P(SignalWhileModal, EndsWithStatusZeroAndTheMirrorHoldsEverySavedChange) {
             sc.update();
             watch.reset(signalWhenOpen("frmTransfer", c.signal, &seen, &title));
             QTimer::singleShot(0, [&] { g.w().runTransfer(0, {"20"}, 1, 1); });
+        } else if (kind == "DownloadDialog" || kind == "UploadReview") {
+            // One marked PLU with its record, and the same record as fetched from a scale.
+            g.state().Conn->exec("INSERT INTO KVR_25 (PLU_No, ST_No, SECT_No, PLU_MG, Is_Selected) "
+                                 "VALUES (5, 1, 0, 997, 1)");
+            const auto packed = store::packPluRows(*g.state().Conn, g.state().codecEnvironment(), "", true);
+            ASSERT_EQ(packed.packed, 1);
+            g.state().Conn->exec("INSERT INTO RC_25 (KVRBinData) SELECT KVRBinData FROM KVR_25");
+            // Loopback only, should a send start against the rule.
+            g.state().Conn->exec("UPDATE SCALE SET SC_IP = '127.  0.  0.  2'");
+            if (kind == "DownloadDialog") {
+                watch.reset(signalWhenOpen("frmDownLoad", c.signal, &seen, &title));
+                QTimer::singleShot(0, [&] { transfer::ui::MainTransfers::of(g.w())->cmdSendAll(); });
+            } else {
+                watch.reset(signalWhenOpen("frmUpload", c.signal, &seen, &title));
+                QTimer::singleShot(0, [&] { transfer::ui::reviewUploaded(g.state(), &g.w()); });
+            }
         } else {
             const Opening& o = *c.opening;
             if (o.dataView) {
@@ -229,6 +250,8 @@ TEST_P(SignalWhileModal, EndsWithStatusZeroAndTheMirrorHoldsEverySavedChange) {
     EXPECT_TRUE(g.app->ended());
     EXPECT_FALSE(dbLeft(g)) << "a database file was left";
     if (scale) scale->stop();
+    // A send that was being prepared when the signal came never started.
+    if (kind == "DownloadDialog") EXPECT_TRUE(g.w().KVRDataTrans1().lastSummary().scales.empty());
 
     // The mirror holds what was saved, and nothing of what was only typed.
     const std::string stores = slurp(g.dir->path("AccessData/tempstore.txt"));
