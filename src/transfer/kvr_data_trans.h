@@ -11,6 +11,7 @@
 
 #include "transfer/engine.h"
 #include "transfer/language.h"
+#include "transfer/transfer_log.h"
 
 namespace brindale::transfer {
 
@@ -53,6 +54,8 @@ public:
     void setOptions(const TransferOptions& options) { options_ = options; }
     const TransferOptions& options() const { return options_; }
     void setPresenter(Presenter presenter) { presenter_ = std::move(presenter); }
+    // The clock that stamps the history's rows (the system clock unless a test sets one).
+    void setHistoryClock(WallClock clock) { clock_ = std::move(clock); }
     // The outcome of the last call, for tests and logs.
     const TransferSummary& lastSummary() const { return last_; }
 
@@ -65,6 +68,7 @@ private:
     std::string languageText_;
     TransferOptions options_;
     Presenter presenter_;
+    WallClock clock_;
     TransferSummary last_;
 };
 
