@@ -188,16 +188,17 @@ bool ensureTransferLogIndexes(sqlite3* db, std::string& error) {
                 error);
 }
 
-bool queryTransferLog(sqlite3* db, const TransferLogFilter& filter, std::vector<TransferLogRow>& out,
-                      std::string& error) {
-    out.clear();
+namespace {
+
+// The filter's statement over `what`; the indexes give the order without a sort.
+bool prepareFiltered(sqlite3* db, const TransferLogFilter& filter, const std::string& what, Stmt& st,
+                     std::string& error) {
     if (!ensureTransferLogIndexes(db, error)) return false;
-    std::string sql = std::string("SELECT rowid, ") + kColumns + " FROM TRANSFER_LOG WHERE 1";
+    std::string sql = "SELECT " + what + " FROM TRANSFER_LOG WHERE 1";
     if (filter.scale) sql += " AND TL_ScaleName = ?1 AND TL_ScaleAddress = ?2";
     if (!filter.fromDate.empty()) sql += " AND TL_Start >= ?3";
     if (!filter.toDate.empty()) sql += " AND TL_Start < date(?4, '+1 day')";
     sql += " ORDER BY TL_Start DESC, rowid DESC";
-    Stmt st;
     if (!prepare(db, sql, st, error)) return false;
     if (filter.scale) {
         sqlite3_bind_text(st.s, 1, filter.scale->first.c_str(), -1, SQLITE_TRANSIENT);
@@ -205,25 +206,39 @@ bool queryTransferLog(sqlite3* db, const TransferLogFilter& filter, std::vector<
     }
     if (!filter.fromDate.empty()) sqlite3_bind_text(st.s, 3, filter.fromDate.c_str(), -1, SQLITE_TRANSIENT);
     if (!filter.toDate.empty()) sqlite3_bind_text(st.s, 4, filter.toDate.c_str(), -1, SQLITE_TRANSIENT);
+    return true;
+}
+
+// A row as selected by "rowid, <kColumns>".
+void readRow(sqlite3_stmt* st, TransferLogRow& r) {
+    r.id = sqlite3_column_int64(st, 0);
+    r.start = columnText(st, 1);
+    r.durationMs = sqlite3_column_int64(st, 2);
+    r.mode = sqlite3_column_int(st, 3);
+    r.tables = columnText(st, 4);
+    r.store = sqlite3_column_int(st, 5);
+    r.section = sqlite3_column_int(st, 6);
+    r.scaleName = columnText(st, 7);
+    r.scaleAddress = columnText(st, 8);
+    r.state = columnText(st, 9);
+    r.reason = columnText(st, 10);
+    r.detail = columnText(st, 11);
+    r.done = sqlite3_column_int64(st, 12);
+    r.toDo = sqlite3_column_int64(st, 13);
+    r.notes = columnText(st, 14);
+}
+
+}  // namespace
+
+bool queryTransferLog(sqlite3* db, const TransferLogFilter& filter, std::vector<TransferLogRow>& out,
+                      std::string& error) {
+    out.clear();
+    Stmt st;
+    if (!prepareFiltered(db, filter, std::string("rowid, ") + kColumns, st, error)) return false;
     int rc;
     while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
-        TransferLogRow r;
-        r.id = sqlite3_column_int64(st.s, 0);
-        r.start = columnText(st.s, 1);
-        r.durationMs = sqlite3_column_int64(st.s, 2);
-        r.mode = sqlite3_column_int(st.s, 3);
-        r.tables = columnText(st.s, 4);
-        r.store = sqlite3_column_int(st.s, 5);
-        r.section = sqlite3_column_int(st.s, 6);
-        r.scaleName = columnText(st.s, 7);
-        r.scaleAddress = columnText(st.s, 8);
-        r.state = columnText(st.s, 9);
-        r.reason = columnText(st.s, 10);
-        r.detail = columnText(st.s, 11);
-        r.done = sqlite3_column_int64(st.s, 12);
-        r.toDo = sqlite3_column_int64(st.s, 13);
-        r.notes = columnText(st.s, 14);
-        out.push_back(std::move(r));
+        out.emplace_back();
+        readRow(st.s, out.back());
     }
     if (rc != SQLITE_DONE) {
         error = std::string("TRANSFER_LOG: ") + sqlite3_errmsg(db);
@@ -231,6 +246,39 @@ bool queryTransferLog(sqlite3* db, const TransferLogFilter& filter, std::vector<
         return false;
     }
     return true;
+}
+
+bool queryTransferLogIds(sqlite3* db, const TransferLogFilter& filter, std::vector<int64_t>& out,
+                         std::string& error) {
+    out.clear();
+    Stmt st;
+    if (!prepareFiltered(db, filter, "rowid", st, error)) return false;
+    int rc;
+    while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) out.push_back(sqlite3_column_int64(st.s, 0));
+    if (rc != SQLITE_DONE) {
+        error = std::string("TRANSFER_LOG: ") + sqlite3_errmsg(db);
+        out.clear();
+        return false;
+    }
+    return true;
+}
+
+TransferLogReader::~TransferLogReader() { sqlite3_finalize(st_); }
+
+bool TransferLogReader::read(int64_t id, TransferLogRow& out, std::string& error) {
+    if (!st_ && sqlite3_prepare_v2(db_, (std::string("SELECT rowid, ") + kColumns + " FROM TRANSFER_LOG WHERE rowid = ?1").c_str(),
+                                   -1, &st_, nullptr) != SQLITE_OK) {
+        error = std::string("TRANSFER_LOG: ") + sqlite3_errmsg(db_);
+        return false;
+    }
+    sqlite3_bind_int64(st_, 1, id);
+    const int rc = sqlite3_step(st_);
+    bool ok = rc == SQLITE_ROW;
+    if (ok) readRow(st_, out);
+    else error = rc == SQLITE_DONE ? "TRANSFER_LOG: row " + std::to_string(id) + " is gone"
+                                   : std::string("TRANSFER_LOG: ") + sqlite3_errmsg(db_);
+    sqlite3_reset(st_);
+    return ok;
 }
 
 bool transferLogScales(sqlite3* db, std::vector<TransferLogScale>& out, std::string& error) {

@@ -14,6 +14,7 @@
 #include "transfer/language.h"
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace brindale::transfer {
 
@@ -79,6 +80,24 @@ bool ensureTransferLogIndexes(sqlite3* db, std::string& error);
 // Newest first (by start, then by the order of writing).
 bool queryTransferLog(sqlite3* db, const TransferLogFilter& filter, std::vector<TransferLogRow>& out,
                       std::string& error);
+// The same rows by row id only, from the indexes alone: what a view needs before it paints.
+bool queryTransferLogIds(sqlite3* db, const TransferLogFilter& filter, std::vector<int64_t>& out,
+                         std::string& error);
+
+// Reads one row by its row id, with one statement kept for all of them.
+class TransferLogReader {
+public:
+    explicit TransferLogReader(sqlite3* db) : db_(db) {}
+    ~TransferLogReader();
+    TransferLogReader(const TransferLogReader&) = delete;
+    TransferLogReader& operator=(const TransferLogReader&) = delete;
+    // False when the row is gone or cannot be read; `error` says which.
+    bool read(int64_t id, TransferLogRow& out, std::string& error);
+
+private:
+    sqlite3* db_;
+    sqlite3_stmt* st_ = nullptr;
+};
 // Every scale that has rows, by name and address.
 bool transferLogScales(sqlite3* db, std::vector<TransferLogScale>& out, std::string& error);
 // The start of the oldest and the newest row; empty strings for an empty history.

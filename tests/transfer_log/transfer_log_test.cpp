@@ -274,6 +274,24 @@ TEST(TransferLog, QueryIsNewestFirstAndFiltersByScaleAndDays) {
     one.toDate = "2024-03-01";
     EXPECT_EQ(details(one), "ea");
 
+    // The ids alone come in the same order, and each reads back as its row.
+    std::vector<TransferLogRow> full;
+    ASSERT_TRUE(queryTransferLog(w.db, one, full, error)) << error;
+    std::vector<int64_t> ids;
+    ASSERT_TRUE(queryTransferLogIds(w.db, one, ids, error)) << error;
+    ASSERT_EQ(ids.size(), full.size());
+    TransferLogReader reader(w.db);
+    for (size_t i = 0; i < ids.size(); ++i) {
+        EXPECT_EQ(ids[i], full[i].id);
+        TransferLogRow r;
+        ASSERT_TRUE(reader.read(ids[i], r, error)) << error;
+        EXPECT_EQ(r, full[i]);
+    }
+    w.exec("DELETE FROM TRANSFER_LOG WHERE rowid = " + std::to_string(ids[0]));
+    TransferLogRow gone;
+    EXPECT_FALSE(reader.read(ids[0], gone, error));
+    EXPECT_NE(error.find("is gone"), std::string::npos) << error;
+
     std::vector<TransferLogScale> scales;
     ASSERT_TRUE(transferLogScales(w.db, scales, error)) << error;
     EXPECT_EQ(scales, (std::vector<TransferLogScale>{{"1", "127.0.0.2"}, {"2", "127.0.0.3"}}));

@@ -27,17 +27,30 @@ QDate dateOf(const std::string& isoStart) {
 }
 }  // namespace
 
-TransferLogModel::TransferLogModel(Caption caption, LanguageTexts transferTexts, QObject* parent)
-    : QAbstractTableModel(parent), caption_(std::move(caption)), texts_(std::move(transferTexts)) {}
+TransferLogModel::TransferLogModel(sqlite3* db, Caption caption, LanguageTexts transferTexts, QObject* parent)
+    : QAbstractTableModel(parent), caption_(std::move(caption)), texts_(std::move(transferTexts)), reader_(db) {}
 
-void TransferLogModel::setRows(std::vector<TransferLogRow> rows) {
+void TransferLogModel::setIds(std::vector<int64_t> ids) {
     beginResetModel();
-    rows_ = std::move(rows);
+    ids_ = std::move(ids);
+    cache_.clear();
     endResetModel();
 }
 
+const TransferLogRow& TransferLogModel::rowAt(int row) const {
+    if (row < 0 || size_t(row) >= ids_.size()) return missing_;
+    const int64_t id = ids_[size_t(row)];
+    if (auto it = cache_.find(id); it != cache_.end()) return it->second;
+    // A few screens' worth is plenty; the whole history never stays in memory.
+    if (cache_.size() >= 2000) cache_.clear();
+    TransferLogRow r;
+    std::string error;
+    if (!reader_.read(id, r, error)) return missing_;
+    return cache_.emplace(id, std::move(r)).first->second;
+}
+
 int TransferLogModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+    return parent.isValid() ? 0 : static_cast<int>(ids_.size());
 }
 
 int TransferLogModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : ColumnCount; }
@@ -70,7 +83,7 @@ QString TransferLogModel::cell(const TransferLogRow& r, int column) const {
 
 QVariant TransferLogModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= rowCount() || index.column() >= ColumnCount) return {};
-    const TransferLogRow& r = rows_[size_t(index.row())];
+    const TransferLogRow& r = rowAt(index.row());
     if (role == Qt::DisplayRole) return cell(r, index.column());
     if (role == Qt::ToolTipRole && (index.column() == Detail || index.column() == Notes)) return cell(r, index.column());
     if (role == Qt::TextAlignmentRole) {
@@ -96,7 +109,7 @@ FrmTransferLog::FrmTransferLog(sqlite3* db, Captions captions, LanguageTexts tra
     setWindowTitle(caption("Title"));
     setModal(true);
 
-    model_ = new TransferLogModel([this](const char* key) { return caption(key); }, std::move(transferTexts), this);
+    model_ = new TransferLogModel(db_, [this](const char* key) { return caption(key); }, std::move(transferTexts), this);
 
     auto* lblScale = new QLabel(caption("lblScale"), this);
     lblScale->setObjectName("lblScale");
@@ -192,15 +205,15 @@ void FrmTransferLog::applyFilter() {
     if (i > 0 && size_t(i) <= scales_.size()) f.scale = {scales_[size_t(i - 1)].name, scales_[size_t(i - 1)].address};
     f.fromDate = DTPickerFrom_->date().toString(kDateFormat).toStdString();
     f.toDate = DTPickerTo_->date().toString(kDateFormat).toStdString();
-    std::vector<TransferLogRow> rows;
+    std::vector<int64_t> ids;
     std::string error;
-    if (queryTransferLog(db_, f, rows, error)) {
+    if (queryTransferLogIds(db_, f, ids, error)) {
         error_.clear();
-        model_->setRows(std::move(rows));
+        model_->setIds(std::move(ids));
         lblCount_->setText(caption("lblCount").replace("%1", QString::number(model_->rowCount())));
     } else {
         error_ = qs(error);
-        model_->setRows({});
+        model_->setIds({});
         lblCount_->setText(caption("loadFailed").replace("%1", error_));
     }
 }

@@ -7,6 +7,7 @@
 #include <QDialog>
 #include <functional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "transfer/language.h"
@@ -22,7 +23,8 @@ struct sqlite3;
 
 namespace brindale::transfer::ui {
 
-// The rows of the history as the grid shows them; a row's texts are made when it is painted.
+// The rows of the history as the grid shows them: the filter gives the row ids, and a row is
+// read by its id when it is painted, so that 50,000 rows cost no more than the ones on screen.
 class TransferLogModel : public QAbstractTableModel {
     Q_OBJECT
 public:
@@ -30,9 +32,11 @@ public:
                   Notes, ColumnCount };
     using Caption = std::function<QString(const char* key)>;
 
-    TransferLogModel(Caption caption, LanguageTexts transferTexts, QObject* parent = nullptr);
-    void setRows(std::vector<TransferLogRow> rows);
-    const std::vector<TransferLogRow>& rows() const { return rows_; }
+    TransferLogModel(sqlite3* db, Caption caption, LanguageTexts transferTexts, QObject* parent = nullptr);
+    void setIds(std::vector<int64_t> ids);
+    const std::vector<int64_t>& ids() const { return ids_; }
+    // The row at a position as the database holds it now; an empty row when it cannot be read.
+    const TransferLogRow& rowAt(int row) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -43,7 +47,10 @@ private:
     QString cell(const TransferLogRow& r, int column) const;
     Caption caption_;
     LanguageTexts texts_;
-    std::vector<TransferLogRow> rows_;
+    std::vector<int64_t> ids_;
+    mutable TransferLogReader reader_;
+    mutable std::unordered_map<int64_t, TransferLogRow> cache_;  // the rows painted lately
+    TransferLogRow missing_;
 };
 
 class FrmTransferLog : public QDialog {
