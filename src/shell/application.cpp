@@ -28,6 +28,7 @@
 #include "plu/ui/plu_list.h"
 #include "transfer/ui/main_transfers.h"
 #include "tree_controller.h"
+#include "transfer/ui/transfer_log_window.h"
 
 namespace brindale::shell {
 
@@ -86,6 +87,15 @@ int Application::start() {
         auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
         if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
         new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
+        // The transfer history, modal over the main window, in the language of the moment.
+        main_->setHandler("menuTransferLog", [this] {
+            if (!state_.Conn) return;
+            transfer::ui::FrmTransferLog w(
+                state_.Conn->handle(), [this](const char* s, const char* k) { return state_.text(s, k); },
+                transfer::LanguageTexts(state_.sectionText("ActX_KVR")), main_.get());
+            w.exec();
+        });
+        main_->setCommandEnabled("menuTransferLog", true);
         tree->loadEvent();
     } catch (const std::exception& e) {
         loading.hide();

@@ -132,6 +132,8 @@ void MainWindow::buildMenus() {
     for (const char* n : {"menuDownLoad", "menuDownloadDept", "menuDownloadMG", "menuUpLoad", "menuExportReport",
                           "menuImportOrExport"})
         addAction(tool, n);
+    tool->addSeparator();
+    addAction(tool, "menuTransferLog");
 
     QMenu* help = addMenu(nullptr, "menuHelp");
     addAction(help, "menuSoftwareHelp");

@@ -136,6 +136,17 @@ const std::vector<MirrorRecordFile>& mirrorRecordFiles() {
     return files;
 }
 
+const MirrorTextFile& transferLogMirrorFile() {
+    static const MirrorTextFile file{
+        "temptransferlog.txt", "TRANSFER_LOG",
+        cols({{"TL_Start", false}, {"TL_Duration", false}, {"TL_Mode", false}, {"TL_Tables", false},
+              {"TL_Store", false}, {"TL_Section", false}, {"TL_ScaleName", false}, {"TL_ScaleAddress", false},
+              {"TL_State", false}, {"TL_Reason", false}, {"TL_Detail", false}, {"TL_Done", false},
+              {"TL_ToDo", false}, {"TL_Notes", false}}),
+        false};
+    return file;
+}
+
 std::string printValue(const Value& v) {
     if (v.isNull()) return "Null";
     if (v.isInt()) {
@@ -294,28 +305,35 @@ const codec::CodePage& codePageOf(const MirrorOptions& o, const char* what) {
 
 // ---------- export ----------
 
-void exportTextFiles(Database& db, const std::string& folder, Progress& p) {
-    for (const auto& f : mirrorTextFiles()) {
-        const TableDef* t = db.table(f.table);
-        if (!t) db.fail(std::string("there is no table ") + f.table);
-        std::string sql = "SELECT ";
-        for (size_t i = 0; i < f.columns.size(); ++i) {
-            if (t->columnIndex(f.columns[i].name) < 0)
-                db.fail(std::string("the table ") + f.table + " has no column " + f.columns[i].name);
-            sql += (i ? ", " : "") + quoteIdent(f.columns[i].name);
-        }
-        sql += " FROM " + quoteIdent(t->name) + " ORDER BY rowid";
-        DurableFile out(folder + "/" + f.file);
-        auto st = db.prepare(sql);
-        while (st->step()) {
-            for (size_t i = 0; i < f.columns.size(); ++i) out.line(printValue(st->column(static_cast<int>(i))));
-            if (f.marker) out.line(" 111 ");
-            p.step();
-            p.checkpoint();
-        }
-        out.close();
+void exportTextFile(Database& db, const std::string& folder, const MirrorTextFile& f, Progress& p) {
+    const TableDef* t = db.table(f.table);
+    if (!t) db.fail(std::string("there is no table ") + f.table);
+    std::string sql = "SELECT ";
+    for (size_t i = 0; i < f.columns.size(); ++i) {
+        if (t->columnIndex(f.columns[i].name) < 0)
+            db.fail(std::string("the table ") + f.table + " has no column " + f.columns[i].name);
+        sql += (i ? ", " : "") + quoteIdent(f.columns[i].name);
+    }
+    sql += " FROM " + quoteIdent(t->name) + " ORDER BY rowid";
+    DurableFile out(folder + "/" + f.file);
+    auto st = db.prepare(sql);
+    while (st->step()) {
+        for (size_t i = 0; i < f.columns.size(); ++i) out.line(printValue(st->column(static_cast<int>(i))));
+        if (f.marker) out.line(" 111 ");
+        p.step();
         p.checkpoint();
     }
+    out.close();
+    p.checkpoint();
+}
+
+void exportTextFiles(Database& db, const std::string& folder, Progress& p) {
+    for (const auto& f : mirrorTextFiles()) exportTextFile(db, folder, f, p);
+}
+
+// Rows of the transfer history, or 0 when the working database has no such table.
+long transferLogRows(Database& db) {
+    return db.table(transferLogMirrorFile().table) ? countRows(db, transferLogMirrorFile().table) : 0;
 }
 
 // A row of a table whose records the program cannot build here (label formats, preset keys,
@@ -747,6 +765,7 @@ void readMirror(Database& db, const std::string& appDir, const MirrorOptions& op
     // their records, so that each is written once.
     Progress p{options};
     for (const auto& f : mirrorTextFiles()) p.total += fileLines(folder + "/" + f.file);
+    p.total += fileLines(folder + "/" + transferLogMirrorFile().file);
     PluKeys keys;
     // The working database is made anew from the mirror at every start, so while it is being
     // filled nothing needs the journal or the waits for the disk: a crash here loses nothing
@@ -767,6 +786,7 @@ void readMirror(Database& db, const std::string& appDir, const MirrorOptions& op
     } restore{db};
     Transaction tx(db);
     for (const auto& f : mirrorTextFiles()) importTextFile(db, folder, f, p, keys);
+    if (db.table(transferLogMirrorFile().table)) importTextFile(db, folder, transferLogMirrorFile(), p, keys);
     p.total += static_cast<long>(keys.rows.size());
     for (const auto& f : mirrorRecordFiles()) {
         if (f.extra == RecordExtra::Plu) insertPluRows(db, folder, keys, options, p);
@@ -809,11 +829,14 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     };
     for (const auto& f : mirrorTextFiles()) p.total += counted(f.table);
     for (const auto& f : mirrorRecordFiles()) p.total += counted(f.table);
+    const long historyRows = transferLogRows(db);
+    p.total += historyRows;
     MirrorReport report;
     // Every row is read once, in order, through the page cache: mapping the whole file made it
     // count as resident (378 MB at 300,000 PLUs) and was not faster.
     exportTextFiles(db, staging, p);
     exportRecordFiles(db, staging, options, p, report);
+    if (historyRows > 0) exportTextFile(db, staging, transferLogMirrorFile(), p);
     if (!report.problems.empty() && options.confirmKeptRecords && !options.confirmKeptRecords(report.problems))
         throw MirrorCancelled(report.problems);
     syncFileSystem(staging);

@@ -41,6 +41,9 @@ struct MirrorRecordFile {
 // In the order of writing and reading.
 const std::vector<MirrorTextFile>& mirrorTextFiles();
 const std::vector<MirrorRecordFile>& mirrorRecordFiles();
+// The transfer history (TRANSFER_LOG), in the same text form: written after the other files, and
+// only when the history holds rows, so that a mirror without it is an empty history.
+const MirrorTextFile& transferLogMirrorFile();
 
 // How far a long step has come, in rows; called often, so it must be cheap.
 using MirrorProgress = std::function<void(long done, long total)>;

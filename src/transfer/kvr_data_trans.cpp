@@ -1,5 +1,9 @@
 #include "transfer/kvr_data_trans.h"
 
+#include <iostream>
+
+#include "transfer/database.h"
+
 namespace brindale::transfer {
 
 namespace {
@@ -8,10 +12,27 @@ int checkedByte(int value, const char* what) {
         throw TransferOverflow(std::string(what) + " " + std::to_string(value) + " is outside 0 to 255");
     return value;
 }
+// Every transfer leaves its rows in the history, through a connection of its own, so that
+// whichever window started it nothing has to be read back. The history is a record, not part
+// of the transfer: whatever goes wrong here is told on stderr and nothing more.
+void recordHistory(const TransferRequest& req, const TransferSummary& summary, const LanguageTexts& texts,
+                   const std::string& start, int64_t durationMs) noexcept {
+    try {
+        std::string error;
+        const auto rows = transferLogRows(req, summary, texts, start, durationMs);
+        if (!appendTransferLog(resolveDatabasePath(req.databasePath), rows, error))
+            std::cerr << "transfer history not written: " << error << "\n";
+    } catch (const std::exception& e) {
+        std::cerr << "transfer history not written: " << e.what() << "\n";
+    } catch (...) {
+        std::cerr << "transfer history not written\n";
+    }
+}
 }  // namespace
 
 KVRDataTrans::KVRDataTrans()
-    : presenter_([](TransferEngine& engine, const LanguageTexts&) { return engine.run(nullptr); }) {}
+    : presenter_([](TransferEngine& engine, const LanguageTexts&) { return engine.run(nullptr); }),
+      clock_([] { return std::chrono::system_clock::now(); }) {}
 
 void KVRDataTrans::setStoreNumber(int value) { store_ = checkedByte(value, "store number"); }
 void KVRDataTrans::setSectionNumber(int value) { section_ = checkedByte(value, "section number"); }
@@ -26,9 +47,18 @@ int KVRDataTrans::StartTransfer() {
     req.tables = tableList_;
     req.heldBack = std::move(heldBack_);
     heldBack_.clear();
+    std::string start;
+    try {
+        start = isoLocalTime(clock_ ? clock_() : std::chrono::system_clock::now());
+    } catch (...) {
+        start = isoLocalTime(std::chrono::system_clock::now());
+    }
+    const auto began = std::chrono::steady_clock::now();
     TransferEngine engine(req, options_);
     const LanguageTexts texts(languageText_);
     last_ = presenter_(engine, texts);
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - began);
+    recordHistory(req, last_, texts, start, ms.count());
     if (last_.reason != FailReason::None) return 1;
     return int(last_.scales.size() - last_.countDone());
 }

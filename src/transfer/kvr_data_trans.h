@@ -13,6 +13,7 @@
 
 #include "transfer/engine.h"
 #include "transfer/language.h"
+#include "transfer/transfer_log.h"
 
 namespace brindale::transfer {
 
@@ -59,6 +60,8 @@ public:
     void setOptions(const TransferOptions& options) { options_ = options; }
     const TransferOptions& options() const { return options_; }
     void setPresenter(Presenter presenter) { presenter_ = std::move(presenter); }
+    // The clock that stamps the history's rows (the system clock unless a test sets one).
+    void setHistoryClock(WallClock clock) { clock_ = std::move(clock); }
     // The outcome of the last call, for tests and logs.
     const TransferSummary& lastSummary() const { return last_; }
 
@@ -71,6 +74,7 @@ private:
     std::string languageText_;
     TransferOptions options_;
     Presenter presenter_;
+    WallClock clock_;
     TransferSummary last_;
     std::map<std::string, std::vector<int64_t>> heldBack_;
 };
