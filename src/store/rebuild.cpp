@@ -108,7 +108,11 @@ bool isRecoverableDatabase(const std::string& schemaPath, const std::string& dat
         sqlite3_bind_text(st, 1, t.name.c_str(), -1, SQLITE_TRANSIENT);
         const bool present = sqlite3_step(st) == SQLITE_ROW;
         sqlite3_finalize(st);
-        if (!present) return false;
+        if (present) continue;
+        // A run of an earlier version had no such table (the transfer history came later): its
+        // work is still worth recovering, with the table added empty.
+        const std::string create = createTableSql(t);
+        if (sqlite3_exec(raw, create.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) return false;
     }
     return true;
 }

@@ -23,6 +23,7 @@
 #include "shell/lifecycle.h"
 #include "transfer/ui/download_dialog.h"
 #include "transfer/ui/main_transfers.h"
+#include "transfer/ui/transfer_log_window.h"
 #include "transfer/ui/upload_window.h"
 
 namespace brindale::testing {
@@ -411,6 +412,38 @@ TEST_F(RefusingScaleGui, ADownloadWithOneScaleRefusingCompletesTheOtherAndNamesT
     EXPECT_TRUE(failedLine.contains("Scale 2") && failedLine.contains("127.  0.  0.  3")) << summary.toStdString();
     EXPECT_TRUE(failedLine.contains("The scale refused the connection")) << summary.toStdString();
     EXPECT_EQ(g->w().KVRDataTrans1().lastSummary().countFailed(), 1u);
+
+    // The history names each scale with its outcome, also after the end and a new start.
+    for (auto& s : scales) s->stop();
+    g->w().menuExit();
+    ASSERT_TRUE(g->app->ended());
+    auto dir = std::move(g->dir);
+    g.reset();
+    g = std::make_unique<GuiApp>(std::move(dir));
+    ASSERT_EQ(g->start(), 0);
+    std::vector<std::string> rows;
+    auto log = std::make_unique<ModalDriver>("frmTransferLog", [&](QDialog* d) {
+        auto* w = qobject_cast<transfer::ui::FrmTransferLog*>(d);
+        ASSERT_NE(w, nullptr);
+        const auto& m = w->model();
+        for (int r = 0; r < m.rowCount(); ++r) {
+            std::string line;
+            for (int c : {transfer::ui::TransferLogModel::Mode, transfer::ui::TransferLogModel::Scale,
+                          transfer::ui::TransferLogModel::Address, transfer::ui::TransferLogModel::State,
+                          transfer::ui::TransferLogModel::Records})
+                line += m.index(r, c).data().toString().toStdString() + "|";
+            rows.push_back(line);
+        }
+        d->findChild<QPushButton*>("cmdClose")->click();
+    });
+    g->trigger("menuTransferLog");
+    ASSERT_TRUE(log->seen());
+    ASSERT_EQ(rows.size(), 2u);
+    std::sort(rows.begin(), rows.end());
+    EXPECT_EQ(rows[0].find(g->text("frm_TransferLog", "modeDownload") + "|Scale 1|127.0.0.2|Done|"), 0u) << rows[0];
+    EXPECT_NE(rows[0].find("|1 / 1|"), std::string::npos) << rows[0];
+    EXPECT_EQ(rows[1].find(g->text("frm_TransferLog", "modeDownload") + "|Scale 2|127.0.0.3|Failed|"), 0u) << rows[1];
+    EXPECT_NE(rows[1].find("|0 / "), std::string::npos) << rows[1];
 }
 
 }  // namespace

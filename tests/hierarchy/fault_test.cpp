@@ -624,6 +624,30 @@ TEST_F(RunFaults, CrashedRunIsRecoveredWhenTheOperatorSaysYes) {
     EXPECT_FALSE(dbLeft(again));
 }
 
+// A run of the version before the transfer history crashed: its database has no TRANSFER_LOG.
+// Its work is recovered all the same, and the history starts empty.
+TEST_F(RunFaults, ACrashedRunOfTheVersionWithoutHistoryIsRecoveredToo) {
+    std::unique_ptr<TempApp> dir = crashedRun();
+    ASSERT_FALSE(HasFailure());
+    std::string left;
+    for (const auto& e : fs::directory_iterator(dir->path("Database")))
+        if (e.path().extension() == ".mdb") left = e.path().string();
+    ASSERT_FALSE(left.empty());
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(left.c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "DROP TABLE TRANSFER_LOG", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(db);
+    GuiApp again(std::move(dir));
+    clearMessages();
+    ASSERT_EQ(again.start(), 0);
+    ASSERT_FALSE(messagesShown().empty());
+    EXPECT_EQ(messagesShown()[0], again.text("msgbox", "recoverRun"));
+    EXPECT_EQ(again.count("select * from SECT where SECT_Name='Bakery'"), 1);
+    EXPECT_EQ(again.count("select * from TRANSFER_LOG"), 0);
+    again.end();
+    EXPECT_FALSE(dbLeft(again));
+}
+
 // A crashed run that holds a PLU which cannot be packed and has no record yet: its work cannot be
 // written out as it stands, so the run goes on in the left database, the operator is told what
 // to correct, and the end after the correction writes everything.
