@@ -85,9 +85,17 @@ void DownloadDialog::activate() {
     loading_ = false;
     if (!r.problems.empty()) {
         const QString line = texts_("frm_OTHER", "downHeldLine");
-        for (const auto& p : r.problems)
-            held_->addItem(QString(line).arg(p.PLU_No).arg(QString::fromStdString(p.column),
-                                                          QString::fromStdString(p.reason)));
+        for (const auto& p : r.problems) {
+            // The codec's reason often begins by naming the column again; it is said once.
+            std::string reason = p.reason;
+            const std::string prefix = "column " + p.column + ": ";
+            if (reason.rfind(prefix, 0) == 0) reason.erase(0, prefix.size());
+            const QString text =
+                QString(line).arg(p.PLU_No).arg(QString::fromStdString(p.column), QString::fromStdString(reason));
+            auto* item = new QListWidgetItem(text, held_);
+            item->setToolTip(text);
+        }
+        held_->setWordWrap(true);
         heldLabel_->show();
         held_->show();
         adjustSize();
