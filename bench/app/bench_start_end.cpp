@@ -3,7 +3,8 @@
 // up its work, and the end from SIGTERM until the process has exited with the mirror written,
 // with the peak memory of each. Beside each line, the sqlite3 client doing the same work on the
 // same decoded PLU table: its CSV import beside our start, its CSV export beside our end.
-//   bench_start_end [PLU_COUNT ...]
+// With --history=N the chain also holds N rows of transfer history (the kept maximum is 50,000).
+//   bench_start_end [--history=N] [PLU_COUNT ...]
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -21,6 +22,7 @@
 #include "chain_settings.h"
 #include "shell/lifecycle.h"
 #include "shell/program_state.h"
+#include "store/database.h"
 #include "generated_app.h"
 #include "sqlite_peer.h"
 
@@ -86,11 +88,16 @@ Run runProgram(const std::string& app) {
 
 int main(int argc, char** argv) {
     std::vector<long> sizes;
-    for (int i = 1; i < argc; ++i) sizes.push_back(std::atol(argv[i]));
+    long history = 0;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strncmp(argv[i], "--history=", 10) == 0) history = std::atol(argv[i] + 10);
+        else sizes.push_back(std::atol(argv[i]));
+    }
     if (sizes.empty()) sizes = {1000, 10000, 100000, 300000};
     double load[3] = {0, 0, 0};
     getloadavg(load, 3);
-    std::printf("load average at the beginning: %.2f %.2f %.2f\n", load[0], load[1], load[2]);
+    std::printf("load average at the beginning: %.2f %.2f %.2f; transfer history rows: %ld\n", load[0], load[1],
+                load[2], history);
     std::printf("%8s | %9s %9s %11s | %9s %9s %11s | %9s %9s | %6s %6s\n", "PLUs", "start s", ".import s", "start/imp",
                 "end s", "export s", "end/export", "start MB", "peak MB", "load", "");
     for (long plus : sizes) {
@@ -102,6 +109,28 @@ int main(int argc, char** argv) {
         // The chain as brindale-datagen writes it: 4 stores, seed 42, and the settings that show them.
         if (!bench::writeGeneratedChain(app, plus, 4, 42)) return 1;
         datagen::writeChainSettings(app, 4);
+        if (history > 0) {
+            // A full history: one row per scale of transfers of every kind, as a busy chain leaves it.
+            shell::ProgramState st;
+            st.appDir = app;
+            bench::QuietView q;
+            if (shell::runStartup(st, q) != shell::StartResult::Ok) return 1;
+            st.Conn->exec("BEGIN");
+            auto ins = st.Conn->prepare(
+                "INSERT INTO TRANSFER_LOG (TL_Start, TL_Duration, TL_Mode, TL_Tables, TL_Store, TL_Section, "
+                "TL_ScaleName, TL_ScaleAddress, TL_State, TL_Reason, TL_Detail, TL_Done, TL_ToDo, TL_Notes) VALUES "
+                "(printf('2026-%02d-%02dT%02d:%02d:00', 1 + ?1 % 12, 1 + ?1 % 28, ?1 % 24, ?1 % 60), 1200, ?1 % 3, "
+                "'25,20', 1 + ?1 % 4, ?1 % 3, printf('Scale %d', ?1 % 40), printf('10.0.%d.%d', ?1 % 4, ?1 % 40), "
+                "CASE WHEN ?1 % 17 = 0 THEN 'Failed' ELSE 'Done' END, CASE WHEN ?1 % 17 = 0 THEN 'ErrTimeout' ELSE '' END, "
+                "'', 25000, 25000, '')");
+            for (long i = 0; i < history; ++i) {
+                ins->bind(1, store::Value(int64_t(i)));
+                ins->step();
+                ins->reset();
+            }
+            st.Conn->exec("COMMIT");
+            shell::endProgram(st, q);
+        }
         const Run run = runProgram(app);
         if (run.start < 0 || run.end < 0) {
             std::fprintf(stderr, "the program did not start and end cleanly at %ld PLUs\n", plus);
