@@ -4,6 +4,7 @@
 // With an argument N, frmUpload is shown over N generated records instead (e.g. 100000).
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDateTime>
 #include <QPushButton>
 #include <QTimer>
@@ -148,6 +149,16 @@ void shots(int language, const char* tag, long uploadRecords) {
                   });
         transfer::ui::MainTransfers::of(g.w())->menuUpLoad();
     }
+    // The history, narrowed to the refusing scale.
+    const QString filtered = prefix + "history_filtered.png";
+    whenReady("frmTransferLog", [](QWidget*) { return true; }, prefix + "history.png", [filtered](QWidget* m) {
+        auto* scale = m->findChild<QComboBox*>("combScale");
+        scale->setCurrentIndex(scale->findText("Deli 2", Qt::MatchContains));
+        QApplication::processEvents();
+        m->grab().save(filtered);
+        m->close();
+    });
+    g.trigger("menuTransferLog");
     for (auto& sc : scales) sc->stop();
     g.state().pluChanged = false;
 }
