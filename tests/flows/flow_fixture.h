@@ -11,6 +11,7 @@
 
 #include "emulated_scale.h"
 #include "mirror/mirror_fixture.h"
+#include "store/hierarchy.h"
 #include "transfer/flows.h"
 
 namespace brindale::testing {
@@ -88,23 +89,7 @@ protected:
     store::Database& db() { return chain.db(); }
     transfer::FlowOutcome run(transfer::Flow flow) { return transfer::runFlow(flow, db(), control, state, ctx, hooks); }
 
-    static std::string padded(const std::string& ip) {
-        std::string out, group;
-        auto flush = [&] {
-            out += std::string(3 - group.size(), ' ') + group;
-            group.clear();
-        };
-        for (char c : ip) {
-            if (c == '.') {
-                flush();
-                out += '.';
-            } else {
-                group += c;
-            }
-        }
-        flush();
-        return out;
-    }
+    static std::string padded(const std::string& ip) { return store::padAddress(ip); }
     long count(const std::string& sql) {
         auto st = db().prepare(sql);
         st->step();

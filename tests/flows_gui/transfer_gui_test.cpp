@@ -21,6 +21,7 @@
 #include "gui_support.h"
 #include "plu/ui/plu_list.h"
 #include "shell/lifecycle.h"
+#include "store/hierarchy.h"
 #include "transfer/ui/download_dialog.h"
 #include "transfer/ui/main_transfers.h"
 #include "transfer/ui/transfer_log_window.h"
@@ -34,23 +35,7 @@ struct Quiet : shell::LifecycleView {
     void repaint() override {}
 };
 
-std::string padded(const std::string& ip) {
-    std::string out, group;
-    auto flush = [&] {
-        out += std::string(3 - group.size(), ' ') + group;
-        group.clear();
-    };
-    for (char c : ip) {
-        if (c == '.') {
-            flush();
-            out += '.';
-        } else {
-            group += c;
-        }
-    }
-    flush();
-    return out;
-}
+std::string padded(const std::string& ip) { return store::padAddress(ip); }
 
 // A generated chain of one store, ended once so that the program starts on its mirror.
 std::unique_ptr<TempApp> generatedChain() {
