@@ -71,19 +71,14 @@ MainWindow::MainWindow(ProgramState& state, QWidget* parent) : QMainWindow(paren
 bool MainWindow::runTransfer(int mode, const std::vector<std::string>& identifiers, int store, int section) {
     const std::string language = state_.sectionText("ActX_KVR");
     try {
-        KVRDataTrans1_.setDatabasePath(state_.databasePath());
-        KVRDataTrans1_.setStoreNumber(store);
-        KVRDataTrans1_.setSectionNumber(section);
+        transfer::setTransferTarget(KVRDataTrans1_, state_.databasePath(), store, section, mode);
     } catch (const transfer::TransferOverflow&) {
         Messages::show(qs(state_.text("msgbox", "storeOverflow")).arg(store).arg(section), MsgIcon::Exclamation,
                        MsgButtons::Ok, this);
         return false;
     }
-    KVRDataTrans1_.setTransferMode(mode);
     QApplication::processEvents();
-    KVRDataTrans1_.setTableList(identifiers);
-    KVRDataTrans1_.setLanguageText(language);
-    KVRDataTrans1_.StartTransfer();
+    transfer::startTransfer(KVRDataTrans1_, identifiers, language);
     return true;
 }
 

@@ -42,8 +42,9 @@ public:
 
     // The one transfer control of the program; every window uses this instance.
     transfer::KVRDataTrans& KVRDataTrans1() { return KVRDataTrans1_; }
-    // The transfer preamble: the language text of the transfer, then the six properties in their
-    // order and the blocking call. False when the store or section number does not fit the
+    // The transfer preamble without a dialog between its halves (the flows of the main window's
+    // commands run through MainTransfers): the language text of the transfer, then the six
+    // properties in their order and the blocking call. False when the store or section number does not fit the
     // control (the message names it) and nothing was sent.
     bool runTransfer(int mode, const std::vector<std::string>& identifiers, int store, int section);
 

@@ -133,6 +133,20 @@ RefreshResult refreshSelectedPlus(store::Database& db, const codec::CodecEnviron
     return out;
 }
 
+void setTransferTarget(KVRDataTrans& control, const std::string& databasePath, int store, int section, int mode) {
+    control.setDatabasePath(databasePath);
+    control.setStoreNumber(store);
+    control.setSectionNumber(section);
+    control.setTransferMode(mode);
+}
+
+void startTransfer(KVRDataTrans& control, const std::vector<std::string>& identifiers,
+                   const std::string& languageText) {
+    control.setTableList(identifiers);
+    control.setLanguageText(languageText);
+    control.StartTransfer();
+}
+
 std::vector<uint8_t> dateTimeRecord(const std::tm& t) {
     std::vector<uint8_t> b(14, 0);
     b[3] = 0xFF;
@@ -303,11 +317,7 @@ void FlowSession::showDownloadDialog(bool deleteCaptions) {
 }
 
 void FlowSession::start(const FlowRow& row, FlowOutcome& out) {
-    // The preamble: the six properties in their order, then the call.
-    control_.setDatabasePath(ctx_.databasePath);
-    control_.setStoreNumber(out.store);
-    control_.setSectionNumber(out.section);
-    control_.setTransferMode(row.mode);
+    setTransferTarget(control_, ctx_.databasePath, out.store, out.section, row.mode);
     if (row.steps & kDownloadDialog) {
         showDownloadDialog((row.steps & kDeleteCaptions) != 0);
         if (row.flow == Flow::DownloadOne) {
@@ -326,9 +336,10 @@ void FlowSession::start(const FlowRow& row, FlowOutcome& out) {
     }
     events();
     out.identifiers = state_.collection;
-    control_.setTableList(state_.collection);
-    control_.setLanguageText(ctx_.languageText);
     if ((row.steps & kDownloadDialog) && state_.cancelFlag != 0) {
+        // The properties are set, the call is not made.
+        control_.setTableList(state_.collection);
+        control_.setLanguageText(ctx_.languageText);
         out.end = FlowEnd::Cancelled;
         return;
     }
@@ -337,7 +348,7 @@ void FlowSession::start(const FlowRow& row, FlowOutcome& out) {
     control_.setHeldBack("25", held);
     out.heldBack = heldBack_;
     note("StartTransfer");
-    control_.StartTransfer();
+    startTransfer(control_, state_.collection, ctx_.languageText);
     out.end = FlowEnd::Transferred;
 }
 

@@ -171,6 +171,12 @@ struct RefreshResult {
 RefreshResult refreshSelectedPlus(store::Database& db, const codec::CodecEnvironment& env,
                                   const std::function<void(long, long)>& progress = {});
 
+// The transfer preamble in its two halves, so that a dialog can stand between them: first the
+// database path, store, section and mode in this order (a number outside 0..255 throws
+// TransferOverflow), then TableList, LanguageText and the blocking call.
+void setTransferTarget(KVRDataTrans& control, const std::string& databasePath, int store, int section, int mode);
+void startTransfer(KVRDataTrans& control, const std::vector<std::string>& identifiers, const std::string& languageText);
+
 // The 14 bytes of the date-and-time record for a moment.
 std::vector<uint8_t> dateTimeRecord(const std::tm& t);
 
