@@ -19,7 +19,6 @@
 #include "plu/ui/plu_editor_window.h"
 #include "shell/messages.h"
 #include "shell/program_state.h"
-#include "store/codec_sources.h"
 #include "store/fatal_error.h"
 
 namespace brindale::transfer::ui {
@@ -111,7 +110,7 @@ void UploadGridModel::toggleMark(int row) {
 // ---- the window -------------------------------------------------------------------------------
 
 UploadWindow::UploadWindow(shell::ProgramState& state, QWidget* parent)
-    : QDialog(parent), state_(state), set_(*state.Conn) {
+    : QDialog(parent), state_(state), set_(*state.Conn, state.codecEnvironment()) {
     setObjectName("frmUpload");
     setModal(true);
 
@@ -277,16 +276,10 @@ void UploadWindow::ShowPluData() {
     bar_->show();
     keepPainted();
 
-    // The decoder resolves item codes through the database's main groups and flexi barcodes.
-    codec::CodecEnvironment env = state_.codecEnvironment();
-    store::DbInheritance inheritance(*state_.Conn);
-    store::DbFlexi flexi(*state_.Conn);
-    env.inheritance = &inheritance;
-    env.flexiBarcodes = &flexi;
     try {
-        report_ = decodeUploadedRecords(*state_.Conn, env, [this](long done, long total) {
-            bar_->setRange(0, static_cast<int>(total));
-            bar_->setValue(static_cast<int>(done));
+        report_ = set_.load([this](long done, long total) {
+            bar_->setRange(0, static_cast<int>(std::min<long>(total, INT_MAX)));
+            bar_->setValue(static_cast<int>(std::min<long>(done, INT_MAX)));
             keepPainted();
         });
     } catch (const FatalError& e) {
@@ -294,7 +287,6 @@ void UploadWindow::ShowPluData() {
         shell::Messages::show(text("frm_OTHER", "upDecodeFailed").arg(qs(e.what())), shell::MsgIcon::Exclamation,
                               shell::MsgButtons::Ok, this);
     }
-    set_.load();
     model_->reload();
 
     loading_->hide();
@@ -338,6 +330,14 @@ void UploadWindow::ShowPluDataUpload() {
     if (row < 0) {
         editor_->clear();
         return;
+    }
+    // The editor reads the table: the shown row gets its decoded columns first. RC_25 is emptied
+    // once the window closes, so nothing else reads them.
+    try {
+        set_.storeDecoded(row);
+    } catch (const FatalError& e) {
+        shell::Messages::show(text("frm_OTHER", "upDecodeFailed").arg(qs(e.what())), shell::MsgIcon::Exclamation,
+                              shell::MsgButtons::Ok, this);
     }
     editor_->showRowOf("RC_25", set_.rowIdAt(row));
 }
