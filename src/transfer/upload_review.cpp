@@ -299,10 +299,12 @@ DecodeReport ReviewSet::load(const ReviewProgress& progress) {
         });
     read.reset();
     std::sort(entries.begin(), entries.end());
+    // The last progress call lets the window paint (and its timers run): the set is still empty
+    // then, as it was while the records were read.
+    tick.end(position);
     ids_.reserve(entries.size());
     for (const Entry& e : entries) ids_.push_back(e.rowid);
     marks_.assign(ids_.size(), 0);
-    tick.end(position);
     return report;
 }
 
