@@ -166,28 +166,56 @@ const codec::PluRow& unsetRow() {
     return row;
 }
 
-// Reads the input columns, starting at result column `first`, into an unset row.
-void readInputs(sqlite3_stmt* s, int first, codec::PluRow& row) {
-    row = unsetRow();
-    if (sqlite3_column_type(s, first) != SQLITE_NULL) {
-        const auto* p = static_cast<const uint8_t*>(sqlite3_column_blob(s, first));
-        row.KVRBinData.emplace(p, p + sqlite3_column_bytes(s, first));
+// The input columns of one row as read.
+struct Inputs {
+    codec::Bytes record;
+    int64_t pluNo = codec::kNullNumber;
+    codec::Bytes commodity;
+    int64_t isSelected = codec::kNullNumber;
+};
+
+void assignBlob(codec::Bytes& to, sqlite3_stmt* s, int col) {
+    if (sqlite3_column_type(s, col) == SQLITE_NULL) {
+        to.reset();
+        return;
     }
-    if (sqlite3_column_type(s, first + 1) != SQLITE_NULL) row.PLU_No = sqlite3_column_int64(s, first + 1);
-    if (sqlite3_column_type(s, first + 2) != SQLITE_NULL) {
-        const auto* p = static_cast<const uint8_t*>(sqlite3_column_blob(s, first + 2));
-        row.PLU_Commodity.emplace(p, p + sqlite3_column_bytes(s, first + 2));
-    }
-    if (sqlite3_column_type(s, first + 3) != SQLITE_NULL) row.Is_Selected = sqlite3_column_int64(s, first + 3);
+    const auto* p = static_cast<const uint8_t*>(sqlite3_column_blob(s, col));
+    const auto n = static_cast<size_t>(sqlite3_column_bytes(s, col));
+    if (!to) to.emplace();
+    to->assign(p, p + n);
+}
+
+int64_t number(sqlite3_stmt* s, int col) {
+    return sqlite3_column_type(s, col) == SQLITE_NULL ? codec::kNullNumber : sqlite3_column_int64(s, col);
+}
+
+// Reads the input columns, starting at result column `first`. Only copies: the reading thread
+// is the busy one.
+void readInputs(sqlite3_stmt* s, int first, Inputs& in) {
+    assignBlob(in.record, s, first);
+    in.pluNo = number(s, first + 1);
+    assignBlob(in.commodity, s, first + 2);
+    in.isSelected = number(s, first + 3);
 }
 
 struct Item {
     int64_t rowid = 0;
     long position = 0;  // load: place in RC_25 (1-based); take-over: place in the review set
     bool missing = false;
-    codec::PluRow row;
+    Inputs in;
+    codec::PluRow row;  // the inputs on an unset row, decoded (on the helper thread)
     codec::DecodeResult result;
 };
+
+// The helper's part: the unset row with the inputs, decoded.
+void decodeItem(const codec::CodecEnvironment& env, Item& it) {
+    it.row = unsetRow();
+    it.row.KVRBinData = it.in.record;
+    it.row.PLU_No = it.in.pluNo;
+    it.row.PLU_Commodity = it.in.commodity;
+    it.row.Is_Selected = it.in.isSelected;
+    it.result = codec::decodePluRecord(env, it.row);
+}
 
 constexpr size_t kBatch = 1024;
 using Batch = std::vector<Item>;
@@ -217,7 +245,7 @@ void decodeInBatches(const codec::CodecEnvironment& env, Fill fill, Use use) {
     auto start = [&](Batch& b, size_t n) {
         job = std::async(std::launch::async, [&b, n, &helper] {
             for (size_t i = 0; i < n; ++i)
-                if (!b[i].missing) b[i].result = codec::decodePluRecord(helper.env, b[i].row);
+                if (!b[i].missing) decodeItem(helper.env, b[i]);
         });
     };
     size_t cur = 0;
@@ -279,7 +307,7 @@ DecodeReport ReviewSet::load(const ReviewProgress& progress) {
                 Item& it = b[n++];
                 it.rowid = read->columnInt(0);
                 it.position = ++position;
-                readInputs(read->handle(), 1, it.row);
+                readInputs(read->handle(), 1, it.in);
                 tick.step(position);
             }
             return n;
@@ -492,7 +520,7 @@ TakeOverResult takeOverMarked(const ReviewSet& set, const TakeOverOptions& optio
                         it.position = pos;
                         sqlite3_bind_int64(r, 1, it.rowid);
                         it.missing = sqlite3_step(r) != SQLITE_ROW;
-                        if (!it.missing) readInputs(r, 0, it.row);
+                        if (!it.missing) readInputs(r, 0, it.in);
                         sqlite3_reset(r);
                     }
                     return n;
