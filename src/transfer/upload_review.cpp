@@ -369,6 +369,10 @@ ReviewRow ReviewSet::row(long position) const {
 }
 
 bool ReviewSet::storeDecoded(long position) {
+    if (position < 0 || position >= size()) return false;
+    // Once is enough: decoding the stored row again gives the same.
+    char& m = marks_[static_cast<size_t>(position)];
+    if (m & kStored) return true;
     const auto d = decoded(position);
     if (!d) return false;
     const store::RowMapper<codec::PluRow> map(db_, "RC_25", codec::pluColumns());
@@ -377,18 +381,19 @@ bool ReviewSet::storeDecoded(long position) {
     sqlite3_bind_int64(st.handle(), static_cast<int>(map.size() + 1), rowIdAt(position));
     st.step();
     st.reset();
+    m |= kStored;
     return true;
 }
 
 bool ReviewSet::marked(long position) const {
-    return position >= 0 && position < size() && marks_[static_cast<size_t>(position)] != 0;
+    return position >= 0 && position < size() && (marks_[static_cast<size_t>(position)] & kMarked) != 0;
 }
 
 void ReviewSet::setMarked(long position, bool on) {
     if (position < 0 || position >= size()) return;
     char& m = marks_[static_cast<size_t>(position)];
-    if ((m != 0) == on) return;
-    m = on ? 1 : 0;
+    if (((m & kMarked) != 0) == on) return;
+    m = static_cast<char>(on ? (m | kMarked) : (m & ~kMarked));
     markedCount_ += on ? 1 : -1;
 }
 

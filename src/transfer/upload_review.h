@@ -67,7 +67,8 @@ public:
     // The whole row at `position` as decoding its record gives it: the row's own columns with the
     // record spread over them. nullopt outside the set or when the row is gone.
     std::optional<codec::PluRow> decoded(long position) const;
-    // Writes decoded(position) into its row of RC_25, for views that read the table (the tabs).
+    // Writes decoded(position) into its row of RC_25, for views that read the table (the tabs);
+    // once per row and load. False outside the set or when the row is gone.
     bool storeDecoded(long position);
 
     bool marked(long position) const;
@@ -87,6 +88,8 @@ private:
     store::Database& db_;
     codec::CodecEnvironment env_;
     std::unique_ptr<Lookups> lookups_;
+    static constexpr char kMarked = 1;  // the operator's mark
+    static constexpr char kStored = 2;  // the decoded columns are in the row of RC_25
     std::vector<int64_t> ids_;
     std::vector<char> marks_;
     long markedCount_ = 0;

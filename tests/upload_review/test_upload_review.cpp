@@ -159,6 +159,17 @@ TEST_F(Review, TheShownRowGetsItsDecodedColumnsInTheTable) {
     EXPECT_EQ(text("SELECT PLU_CommodityFirst FROM RC_25 WHERE rowid=" + id), "Shown on the tabs");
     EXPECT_EQ(wholeRow(other, "RC_25"), otherBefore);
     EXPECT_FALSE(set.storeDecoded(2));
+    // Shown again: written once is enough, and the row's mark is its own.
+    EXPECT_FALSE(set.marked(0));
+    EXPECT_EQ(set.markedCount(), 0);
+    db->exec("UPDATE RC_25 SET PLU_Tare=3 WHERE rowid=" + id);
+    ASSERT_TRUE(set.storeDecoded(0));
+    EXPECT_EQ(scalar("SELECT PLU_Tare FROM RC_25 WHERE rowid=" + id), 3);
+    set.setMarked(0, true);
+    EXPECT_TRUE(set.marked(0));
+    EXPECT_EQ(set.markedCount(), 1);
+    set.setMarked(0, false);
+    EXPECT_FALSE(set.marked(0));
 }
 
 TEST_F(Review, MarksAreCountedAndToggled) {
