@@ -482,4 +482,54 @@ TEST_F(ReviewOfGeneratedRecords, GridRowsAndTabsShowWhatDecodingGives) {
     }
 }
 
+
+TEST_F(ReviewOfGeneratedRecords, ManyBatchesKeepTableOrderPositionsAndColumns) {
+    fetchGenerated(40, 7);
+    // 41 rows doubled six times: 2,624 rows, the reading and decoding pass over three batches.
+    for (int i = 0; i < 6; ++i) db->exec("INSERT INTO RC_25 SELECT * FROM RC_25");
+    const std::vector<Expected> expected = reference();
+    std::vector<long> unreadableExpected;
+    {
+        store::DbFlexi flexi(*db);
+        codec::CodecEnvironment env = reviewEnv;
+        env.flexiBarcodes = &flexi;
+        store::RowMapper<codec::PluRow> map(*db, "RC_25", codec::pluColumns());
+        auto st = db->prepare(map.selectSql());
+        long position = 0;
+        codec::PluRow row;
+        while (st->step()) {
+            ++position;
+            map.read(*st, row);
+            if (codec::decodePluRecord(env, row).outcome != codec::DecodeOutcome::Decoded)
+                unreadableExpected.push_back(position);
+        }
+    }
+    ReviewSet set(*db, reviewEnv);
+    const DecodeReport report = set.load();
+    EXPECT_EQ(report.total, 2624);
+    std::vector<long> unreadable;
+    for (const auto& u : report.unreadable) unreadable.push_back(u.position);
+    EXPECT_EQ(unreadable, unreadableExpected);
+    ASSERT_EQ(set.size(), static_cast<long>(expected.size()));
+    for (long i = 0; i < set.size(); ++i) {
+        ASSERT_EQ(set.rowIdAt(i), expected[static_cast<size_t>(i)].rowid) << "position " << i;
+        if (i % 3 != 0) set.setMarked(i, true);
+    }
+    const TakeOverResult r = takeOverMarked(set, {"6", "44", false});
+    ASSERT_TRUE(r.ok()) << r.reason;
+    EXPECT_EQ(r.added, set.markedCount());
+    const std::vector<codec::PluRow> got = taken(6);
+    ASSERT_EQ(static_cast<long>(got.size()), set.markedCount());
+    size_t k = 0;
+    for (long i = 0; i < set.size(); ++i) {
+        if (!set.marked(i)) continue;
+        codec::PluRow want = expected[static_cast<size_t>(i)].row;
+        want.ST_No = 6;
+        want.PLU_MG = 44;
+        want.Stat2_MGCode = 1;
+        ASSERT_EQ(got[k], want) << "position " << i << " differs in: " << diff(got[k], want);
+        ++k;
+    }
+}
+
 }  // namespace

@@ -58,7 +58,14 @@ const ReviewRow& UploadGridModel::cachedRow(int row) const {
     // A screenful or two is all the view asks for; a long scroll starts the cache again.
     if (cache_.size() > 4096) cache_.clear();
     ++rowsRead_;
-    return *cache_.insert(row, set_.row(row));
+    ReviewRow r;
+    try {
+        r = set_.row(row);
+    } catch (const FatalError&) {
+        // A paint is no place for a message box: the row shows nothing read, and the tabs, which
+        // read the same row, say why.
+    }
+    return *cache_.insert(row, r);
 }
 
 QVariant UploadGridModel::data(const QModelIndex& index, int role) const {
