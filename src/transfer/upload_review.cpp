@@ -207,7 +207,7 @@ struct Item {
     codec::DecodeResult result;
 };
 
-// The helper's part: the unset row with the inputs, decoded.
+// What the helper thread does with an item: the unset row with the inputs, decoded.
 void decodeItem(const codec::CodecEnvironment& env, Item& it) {
     it.row = unsetRow();
     it.row.KVRBinData = it.in.record;
