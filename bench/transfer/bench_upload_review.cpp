@@ -1,9 +1,11 @@
 // frmUpload on many fetched PLU records: RC_25 filled with the records of a generated store (the
-// records a scale would send back), then the window's load (every record decoded in place, the
+// records a scale would send back), then the window's load (every record decoded in memory, the
 // review set, the grid painted, the first record on the tabs) and cmdTransfer of every record into
-// an empty store. Printed for 100,000 and 1,000,000 records (BRINDALE_BENCH_UPLOAD_SIZES, e.g.
+// an empty store (each record decoded again). Peak memory is the process's largest resident size
+// so far. Printed for 100,000 and 1,000,000 records (BRINDALE_BENCH_UPLOAD_SIZES, e.g.
 // "100000,1000000").
 //   bench_upload_review
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <QApplication>
@@ -28,6 +30,12 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 double since(Clock::time_point t0) { return std::chrono::duration<double>(Clock::now() - t0).count(); }
+
+long peakMegabytes() {
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    return u.ru_maxrss / 1024;
+}
 
 int64_t scalar(store::Database& db, const std::string& sql) {
     auto st = db.prepare(sql);
@@ -75,8 +83,8 @@ int main(int argc, char** argv) {
         for (long have = 0; have < n; have += source)
             db.exec("INSERT INTO RC_25 (KVRBinData) SELECT KVRBinData FROM bench_records LIMIT " +
                     std::to_string(std::min(source, n - have)));
-        std::printf("%ld fetched records (%lld bytes of records)\n", n,
-                    static_cast<long long>(scalar(db, "SELECT sum(length(KVRBinData)) FROM RC_25")));
+        std::printf("%ld fetched records (%lld bytes of records; peak memory before: %ld MB)\n", n,
+                    static_cast<long long>(scalar(db, "SELECT sum(length(KVRBinData)) FROM RC_25")), peakMegabytes());
 
         auto t0 = Clock::now();
         auto w = std::make_unique<transfer::ui::UploadWindow>(state);
@@ -103,6 +111,7 @@ int main(int argc, char** argv) {
         db.exec("INSERT INTO KVR_25 SELECT * FROM RC_25");
         db.exec("COMMIT");
         std::printf("  peer: INSERT INTO KVR_25 SELECT * FROM RC_25: %.3f s\n", since(t0));
+        std::printf("  peak memory so far: %ld MB\n", peakMegabytes());
         std::fflush(stdout);
         w.reset();
     }

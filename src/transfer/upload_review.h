@@ -1,14 +1,16 @@
 #pragma once
 // The review of PLUs fetched from a scale, without windows: the records of RC_25 decoded in
-// place, the set the operator browses and marks, and the take-over of the marked ones into
+// memory, the set the operator browses and marks, and the take-over of the marked ones into
 // KVR_25 of a chosen store and main group. frmUpload (transfer/ui/upload_window.h) only shows it.
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "codec/environment.h"
+#include "codec/plu_row.h"
 #include "store/database.h"
 
 namespace brindale::transfer {
@@ -29,15 +31,9 @@ struct UnreadableRecord {
 
 struct DecodeReport {
     long total = 0;    // rows of RC_25
-    long decoded = 0;  // rows that are now in the review set's reach
+    long decoded = 0;  // records that could be read
     std::vector<UnreadableRecord> unreadable;
 };
-
-// Decodes the record of every row of RC_25 into the row's columns, in one transaction. A record
-// the decoder cannot read, and a row whose record is missing or whose length does not agree with
-// its bytes, gets Is_Selected 1, which keeps it out of the review set, and is reported.
-DecodeReport decodeUploadedRecords(store::Database& db, const codec::CodecEnvironment& env,
-                                   const ReviewProgress& progress = {});
 
 // What the grid shows of one review row (columns 2 to 5).
 struct ReviewRow {
@@ -47,17 +43,33 @@ struct ReviewRow {
     int64_t price = 0;
 };
 
-// The rows of RC_25 with Is_Selected 0, ordered by PLU_No: their row ids (8 bytes a row) and the
-// operator's marks. The shown columns are read by row id when asked for.
+// The fetched PLUs as the operator reviews them: the rows of RC_25 whose record decodes and whose
+// Is_Selected is 0 after decoding, ordered by PLU_No (ties in table order), with the operator's
+// marks. RC_25 is not written by the load: the decoded columns of a row are made again from its
+// record whenever they are needed (a grid row, the tabs, the take-over), so the set holds 16 bytes
+// of row id and number and 1 byte of mark per record.
+//
+// Decoding takes the settings, the code page and the barcode lists from `env`; the main group and
+// flexi barcode lookups are read from the database's tables (KVR_23, KVR_20, STORE, KVR_14) when
+// the set is loaded, so that a second thread can decode beside the first.
 class ReviewSet {
 public:
-    explicit ReviewSet(store::Database& db);
+    ReviewSet(store::Database& db, const codec::CodecEnvironment& env);
+    ~ReviewSet();
 
-    // Reads the row ids again; every mark goes.
-    void load();
+    // Decodes every record of RC_25 (in table order, on two threads) and takes the readable ones.
+    // A record that cannot be read, and a row whose record is missing or whose length does not
+    // agree with its bytes, is left out and reported. Every mark goes.
+    DecodeReport load(const ReviewProgress& progress = {});
     long size() const { return static_cast<long>(ids_.size()); }
     int64_t rowIdAt(long position) const;
     ReviewRow row(long position) const;
+    // The whole row at `position` as decoding its record gives it: the row's own columns with the
+    // record spread over them. nullopt outside the set or when the row is gone.
+    std::optional<codec::PluRow> decoded(long position) const;
+    // Writes decoded(position) into its row of RC_25, for views that read the table (the tabs);
+    // once per row and load. False outside the set or when the row is gone.
+    bool storeDecoded(long position);
 
     bool marked(long position) const;
     void setMarked(long position, bool on);
@@ -65,9 +77,19 @@ public:
     long markedCount() const { return markedCount_; }
 
     store::Database& database() const { return db_; }
+    // The environment the set decodes with on the calling thread (lookups from the snapshots).
+    const codec::CodecEnvironment& environment() const { return env_; }
+
+    struct Lookups;  // the snapshots of the lookup tables
 
 private:
+    void snapshotLookups();
+
     store::Database& db_;
+    codec::CodecEnvironment env_;
+    std::unique_ptr<Lookups> lookups_;
+    static constexpr char kMarked = 1;  // the operator's mark
+    static constexpr char kStored = 2;  // the decoded columns are in the row of RC_25
     std::vector<int64_t> ids_;
     std::vector<char> marks_;
     long markedCount_ = 0;
@@ -95,8 +117,8 @@ struct TakeOverResult {
     bool ok() const { return failure == Failure::None; }
 };
 
-// Copies every column of each marked review row, by position, into KVR_25, re-homed to the
-// store and the main group (Stat2_MGCode 1 unless the group is 997). The store's PLU numbers are
+// Copies every column of each marked review row, as decoding its record gives it, by position,
+// into KVR_25, re-homed to the store and the main group (Stat2_MGCode 1 unless the group is 997). The store's PLU numbers are
 // read once, before the first write: a number that was there is overwritten (with
 // overwriteSameNumber) or left out; any other is appended, even when an earlier record of the
 // same run added it. One transaction: a database failure leaves KVR_25 as it was.

@@ -354,4 +354,19 @@ TEST_F(UploadGui, ReviewUploadedOpensTheWindowModallyAndReturnsTheRecordsTaken) 
     EXPECT_EQ(scalar("SELECT count(*) FROM RC_25"), 1);  // emptying it is the caller's
 }
 
+
+TEST_F(UploadGui, ARowThatCannotBeReadWhilePaintingShowsNothingReadAndNothingFails) {
+    fetched(1, 100, "One");
+    fetched(2, 200, "Two");
+    open();
+    EXPECT_EQ(cell(1, 4), "Two");
+    db().exec("ALTER TABLE RC_25 RENAME TO RC_25_away");
+    w->model()->reload();  // forget what was read
+    EXPECT_EQ(cell(1, 2), "0");
+    EXPECT_EQ(cell(1, 4), "");
+    EXPECT_EQ(cell(1, 1), "2");  // the running number needs no read
+    grid()->viewport()->repaint();
+    db().exec("ALTER TABLE RC_25_away RENAME TO RC_25");
+}
+
 }  // namespace

@@ -19,7 +19,6 @@
 #include "plu/ui/plu_editor_window.h"
 #include "shell/messages.h"
 #include "shell/program_state.h"
-#include "store/codec_sources.h"
 #include "store/fatal_error.h"
 
 namespace brindale::transfer::ui {
@@ -59,7 +58,14 @@ const ReviewRow& UploadGridModel::cachedRow(int row) const {
     // A screenful or two is all the view asks for; a long scroll starts the cache again.
     if (cache_.size() > 4096) cache_.clear();
     ++rowsRead_;
-    return *cache_.insert(row, set_.row(row));
+    ReviewRow r;
+    try {
+        r = set_.row(row);
+    } catch (const FatalError&) {
+        // A paint is no place for a message box: the row shows nothing read, and the tabs, which
+        // read the same row, say why.
+    }
+    return *cache_.insert(row, r);
 }
 
 QVariant UploadGridModel::data(const QModelIndex& index, int role) const {
@@ -111,7 +117,7 @@ void UploadGridModel::toggleMark(int row) {
 // ---- the window -------------------------------------------------------------------------------
 
 UploadWindow::UploadWindow(shell::ProgramState& state, QWidget* parent)
-    : QDialog(parent), state_(state), set_(*state.Conn) {
+    : QDialog(parent), state_(state), set_(*state.Conn, state.codecEnvironment()) {
     setObjectName("frmUpload");
     setModal(true);
 
@@ -277,16 +283,10 @@ void UploadWindow::ShowPluData() {
     bar_->show();
     keepPainted();
 
-    // The decoder resolves item codes through the database's main groups and flexi barcodes.
-    codec::CodecEnvironment env = state_.codecEnvironment();
-    store::DbInheritance inheritance(*state_.Conn);
-    store::DbFlexi flexi(*state_.Conn);
-    env.inheritance = &inheritance;
-    env.flexiBarcodes = &flexi;
     try {
-        report_ = decodeUploadedRecords(*state_.Conn, env, [this](long done, long total) {
-            bar_->setRange(0, static_cast<int>(total));
-            bar_->setValue(static_cast<int>(done));
+        report_ = set_.load([this](long done, long total) {
+            bar_->setRange(0, static_cast<int>(std::min<long>(total, INT_MAX)));
+            bar_->setValue(static_cast<int>(std::min<long>(done, INT_MAX)));
             keepPainted();
         });
     } catch (const FatalError& e) {
@@ -294,7 +294,6 @@ void UploadWindow::ShowPluData() {
         shell::Messages::show(text("frm_OTHER", "upDecodeFailed").arg(qs(e.what())), shell::MsgIcon::Exclamation,
                               shell::MsgButtons::Ok, this);
     }
-    set_.load();
     model_->reload();
 
     loading_->hide();
@@ -338,6 +337,14 @@ void UploadWindow::ShowPluDataUpload() {
     if (row < 0) {
         editor_->clear();
         return;
+    }
+    // The editor reads the table: the shown row gets its decoded columns first. RC_25 is emptied
+    // once the window closes, so nothing else reads them.
+    try {
+        set_.storeDecoded(row);
+    } catch (const FatalError& e) {
+        shell::Messages::show(text("frm_OTHER", "upDecodeFailed").arg(qs(e.what())), shell::MsgIcon::Exclamation,
+                              shell::MsgButtons::Ok, this);
     }
     editor_->showRowOf("RC_25", set_.rowIdAt(row));
 }
