@@ -11,6 +11,7 @@
 #include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QStyle>
 #include <QTableView>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -159,6 +160,12 @@ UploadWindow::UploadWindow(shell::ProgramState& state, QWidget* parent)
     grid_->setColumnWidth(UploadGridModel::ColName, 180);
     grid_->setColumnWidth(UploadGridModel::ColPrice, 90);
     grid_->setColumnWidth(UploadGridModel::ColMark, 30);
+    {
+        // Every column in view, the mark column too: the grid takes the width it needs.
+        int width = 2 * grid_->frameWidth() + grid_->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 4;
+        for (int c = 0; c < model_->columnCount(); ++c) width += grid_->columnWidth(c);
+        grid_->setMinimumWidth(width);
+    }
     grid_->installEventFilter(this);
     connect(grid_, &QTableView::clicked, this,
             [this](const QModelIndex& i) { if (i.isValid()) clickGrid(i.row(), i.column()); });
@@ -183,7 +190,7 @@ UploadWindow::UploadWindow(shell::ProgramState& state, QWidget* parent)
     left->addWidget(unreadable_);
     left->addWidget(unreadableList_);
     auto* middle = new QHBoxLayout;
-    middle->addLayout(left, 1);
+    middle->addLayout(left, 0);
     middle->addWidget(editor_, 1);
     auto* bottom = new QHBoxLayout;
     bottom->addWidget(bar_, 1);
@@ -193,7 +200,7 @@ UploadWindow::UploadWindow(shell::ProgramState& state, QWidget* parent)
     all->addLayout(top);
     all->addLayout(middle, 1);
     all->addLayout(bottom);
-    resize(1100, 640);
+    resize(1340, 660);
 
     connect(combST_, &QComboBox::currentIndexChanged, this, [this] { fillDepartments(); });
     connect(combDP_, &QComboBox::currentIndexChanged, this, [this] { fillMainGroups(); });
