@@ -121,6 +121,7 @@ TransferSummary TransferEngine::run(TransferObserver* observer) {
 TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
     observer_ = observer;
     TransferSummary summary;
+    const auto runStart = std::chrono::steady_clock::now();
     auto giveUp = [&](FailReason r, Note detail) {
         summary.reason = r;
         summary.detail = std::move(detail);
@@ -271,6 +272,7 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
         o.total = plan->total;
         outcomes_.push_back(std::move(o));
     }
+    summary.prepareTime = std::chrono::steady_clock::now() - runStart;
     if (observer_) observer_->started(targets);
 
     plan_ = plan.get();
@@ -291,6 +293,7 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
 
     summary.scales = outcomes_;
     summary.cancelled = cancel_.load();
+    summary.totalTime = std::chrono::steady_clock::now() - runStart;
     if (observer_) observer_->finished(summary);
     return summary;
 }
@@ -319,6 +322,14 @@ void TransferEngine::work(size_t) {
 void TransferEngine::runScale(size_t index) {
     ScaleOutcome& o = outcomes_[index];
     const Plan& plan = *plan_;
+    using SteadyClock = std::chrono::steady_clock;
+    const auto scaleStart = SteadyClock::now();
+    // The scale's whole time is known on every way out, failures included.
+    struct TotalTimer {
+        StageTimes& t;
+        SteadyClock::time_point start;
+        ~TotalTimer() { t.total = SteadyClock::now() - start; }
+    } totalTimer{o.times, scaleStart};
     auto setState = [&](ScaleState s, FailReason r = FailReason::None, std::string d = {}) {
         o.state = s;
         o.reason = r;
@@ -394,12 +405,14 @@ void TransferEngine::runScale(size_t index) {
     if (!proto::parseHelloOk(frame.payload, hello, why)) return fail(FailReason::Protocol, why);
     if (hello.version != proto::kVersion)
         return fail(FailReason::Protocol, "scale speaks protocol version " + std::to_string(hello.version));
+    o.times.connect = SteadyClock::now() - scaleStart;
 
     if (plan.mode == TransferMode::Upload) {
         setState(ScaleState::Receiving);
         o.total = 0;
         for (const auto& code : plan.fetch) {
             const std::string what = "file " + code;
+            const auto wireStart = SteadyClock::now();
             if (!send(proto::makeFrame(Cmd::Read, proto::fileReqPayload(code)), what)) return;
             if (!receive(what)) return;
             if (frame.type != uint8_t(Cmd::FileBegin)) return unexpected(what);
@@ -451,10 +464,16 @@ void TransferEngine::runScale(size_t index) {
                 }
             }
             // Only a whole, checked file goes into the table.
+            const auto waitStart = SteadyClock::now();
+            o.times.wire += waitStart - wireStart;
             std::lock_guard<std::mutex> lock(dbMutex_);
+            const auto insertStart = SteadyClock::now();
+            o.times.waitDb += insertStart - waitStart;
             if (cancel_.load()) return fail(FailReason::Cancelled, what + ": cancelled before it was stored");
             std::string dbError;
-            if (!db_->insertRecords(code, records, dbError)) return fail(FailReason::Database, dbError);
+            const bool stored = db_->insertRecords(code, records, dbError);
+            o.times.insert += SteadyClock::now() - insertStart;
+            if (!stored) return fail(FailReason::Database, dbError);
         }
     } else {
         setState(plan.mode == TransferMode::Download ? ScaleState::Sending : ScaleState::Deleting);
@@ -503,6 +522,12 @@ void TransferEngine::runScale(size_t index) {
             report();
             return true;
         };
+        const auto wireStart = SteadyClock::now();
+        struct WireTimer {
+            StageTimes& t;
+            SteadyClock::time_point start;
+            ~WireTimer() { t.wire = SteadyClock::now() - start; }
+        } wireTimer{o.times, wireStart};
         for (const auto& file : plan.files) {
             for (const auto& batch : file.batches) {
                 while (inflight.size() >= size_t(options_.window))

@@ -56,6 +56,16 @@ struct ScaleTarget {
     int section = 0;
 };
 
+// Where one scale's time went. Inserts of different scales take turns on the
+// one database connection, so waitDb is the time spent behind the others.
+struct StageTimes {
+    std::chrono::nanoseconds connect{0};  // connecting and the greeting
+    std::chrono::nanoseconds wire{0};     // records sent and acknowledged, or received and checked
+    std::chrono::nanoseconds waitDb{0};   // waiting for another scale's insert to end
+    std::chrono::nanoseconds insert{0};   // fetched records written into their RC_ table
+    std::chrono::nanoseconds total{0};    // from the scale's turn to its end, whatever the outcome
+};
+
 struct ScaleOutcome {
     ScaleTarget target;
     ScaleState state = ScaleState::Waiting;
@@ -63,6 +73,7 @@ struct ScaleOutcome {
     std::string detail;  // English, names the file and record where it can
     uint64_t done = 0;
     uint64_t total = 0;
+    StageTimes times;
 };
 
 struct TransferSummary {
@@ -73,6 +84,10 @@ struct TransferSummary {
     // Things worth telling that did not fail a scale (rows not sent, tables skipped).
     std::vector<Note> notes;
     bool cancelled = false;
+    // Reading the scales and the rows to send from the database, and building the frames.
+    std::chrono::nanoseconds prepareTime{0};
+    // The whole run, preparation included.
+    std::chrono::nanoseconds totalTime{0};
 
     size_t countDone() const;
     size_t countFailed() const;
