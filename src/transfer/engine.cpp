@@ -78,6 +78,7 @@ TransferEngine::TransferEngine(TransferRequest request, TransferOptions options)
     : request_(std::move(request)), options_(options) {
     options_.maxParallel = std::max(1, options_.maxParallel);
     options_.window = std::max(1, options_.window);
+    options_.insertChunk = std::max<size_t>(1, options_.insertChunk);
     options_.batchBytes = std::clamp<size_t>(options_.batchBytes, 1024, proto::kMaxPayload);
 }
 
@@ -422,10 +423,55 @@ void TransferEngine::runScale(size_t index) {
                 return fail(FailReason::Protocol, what + ": scale announced file " + begin.code);
             o.total += begin.records;
             report();
-            std::vector<std::vector<uint8_t>> payloads;
-            std::vector<proto::RecordView> records;
-            records.reserve(std::min<uint32_t>(begin.records, 1u << 20));
-            uint64_t bytes = 0;
+            // Records are stored in chunks while the rest of the file still arrives, so that
+            // the inserts of one scale overlap the wire of the others; only a whole, checked
+            // file stays in the table: a file that breaks off has its stored rows taken out.
+            std::vector<std::vector<uint8_t>> payloads;  // of the records not stored yet
+            std::vector<proto::RecordView> pending;
+            pending.reserve(std::min<size_t>(options_.insertChunk, begin.records));
+            std::vector<WorkingDb::AddedRows> stored;
+            bool whole = false;
+            struct TakeOut {
+                TransferEngine& e;
+                ScaleOutcome& o;
+                const std::string& code;
+                const std::vector<WorkingDb::AddedRows>& stored;
+                const bool& whole;
+                ~TakeOut() {
+                    if (whole || stored.empty()) return;
+                    std::lock_guard<std::mutex> lock(e.dbMutex_);
+                    const auto t0 = SteadyClock::now();
+                    std::string error;
+                    if (!e.db_->removeAdded(code, stored, error)) o.detail += "; " + error;
+                    o.times.insert += SteadyClock::now() - t0;
+                }
+            } takeOut{*this, o, code, stored, whole};
+            uint64_t received = 0, bytes = 0;
+            auto wireMark = wireStart;
+            auto storePending = [&]() -> bool {
+                const auto waitStart = SteadyClock::now();
+                o.times.wire += waitStart - wireMark;
+                std::lock_guard<std::mutex> lock(dbMutex_);
+                const auto insertStart = SteadyClock::now();
+                o.times.waitDb += insertStart - waitStart;
+                if (cancel_.load()) {
+                    fail(FailReason::Cancelled, what + ": cancelled before it was stored");
+                    return false;
+                }
+                std::string dbError;
+                WorkingDb::AddedRows added;
+                const bool ok = db_->insertRecords(code, pending, dbError, &added);
+                wireMark = SteadyClock::now();
+                o.times.insert += wireMark - insertStart;
+                if (!ok) {
+                    fail(FailReason::Database, dbError);
+                    return false;
+                }
+                stored.push_back(added);
+                pending.clear();
+                payloads.clear();
+                return true;
+            };
             for (;;) {
                 if (!receive(what)) return;
                 if (frame.type == uint8_t(Cmd::Data)) {
@@ -434,28 +480,30 @@ void TransferEngine::runScale(size_t index) {
                         return fail(FailReason::Protocol, what + ": " + why);
                     if (batch.code != code)
                         return fail(FailReason::Protocol, what + ": records of file " + batch.code + " arrived");
-                    if (records.size() + batch.records.size() > begin.records)
+                    if (received + batch.records.size() > begin.records)
                         return fail(FailReason::Protocol, what + ": more records than the " +
                                                               std::to_string(begin.records) + " announced");
                     for (const auto& r : batch.records) {
                         const std::string bad = checkRecord(code, r.data, r.size);
                         if (!bad.empty())
                             return fail(FailReason::Protocol,
-                                        what + ", record " + std::to_string(records.size() + 1) + ": " + bad);
-                        records.push_back(r);
+                                        what + ", record " + std::to_string(received + 1) + ": " + bad);
+                        pending.push_back(r);
+                        ++received;
                         bytes += r.size;
                     }
                     // The views point into the payload's buffer, which moving keeps.
                     payloads.push_back(std::move(frame.payload));
                     o.done += batch.records.size();
                     report();
+                    if (pending.size() >= options_.insertChunk && !storePending()) return;
                 } else if (frame.type == uint8_t(Cmd::FileEnd)) {
                     proto::FileInfo end;
                     if (!proto::parseFileInfo(frame.payload, end, why)) return fail(FailReason::Protocol, why);
-                    if (end.code != code || end.records != records.size() || end.records != begin.records ||
+                    if (end.code != code || end.records != received || end.records != begin.records ||
                         end.bytes != bytes)
                         return fail(FailReason::Protocol,
-                                    what + ": received " + std::to_string(records.size()) + " records of " +
+                                    what + ": received " + std::to_string(received) + " records of " +
                                         std::to_string(bytes) + " bytes, scale says " +
                                         std::to_string(end.records) + " of " + std::to_string(end.bytes));
                     break;
@@ -463,17 +511,12 @@ void TransferEngine::runScale(size_t index) {
                     return unexpected(what);
                 }
             }
-            // Only a whole, checked file goes into the table.
-            const auto waitStart = SteadyClock::now();
-            o.times.wire += waitStart - wireStart;
-            std::lock_guard<std::mutex> lock(dbMutex_);
-            const auto insertStart = SteadyClock::now();
-            o.times.waitDb += insertStart - waitStart;
-            if (cancel_.load()) return fail(FailReason::Cancelled, what + ": cancelled before it was stored");
-            std::string dbError;
-            const bool stored = db_->insertRecords(code, records, dbError);
-            o.times.insert += SteadyClock::now() - insertStart;
-            if (!stored) return fail(FailReason::Database, dbError);
+            if (!pending.empty() || stored.empty()) {
+                if (!storePending()) return;
+            } else {
+                o.times.wire += SteadyClock::now() - wireMark;
+            }
+            whole = true;
         }
     } else {
         setState(plan.mode == TransferMode::Download ? ScaleState::Sending : ScaleState::Deleting);

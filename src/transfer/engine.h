@@ -37,6 +37,8 @@ struct TransferOptions {
     // Up to this many write batches travel before their acknowledgements.
     int window = 4;
     int busyTimeoutMs = 10000;
+    // Fetched records stored together while the rest of their file still arrives.
+    size_t insertChunk = 20000;
 };
 
 struct TransferRequest {
