@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -208,6 +209,9 @@ int main(int argc, char** argv) {
                     std::to_string(1 + i % 2) + ")");
         transfer::TransferOptions opt;
         opt.port = port;
+        // BRINDALE_BENCH_INSERT_CHUNK compares chunk sizes (a very large one stores each file whole).
+        if (const char* chunk = std::getenv("BRINDALE_BENCH_INSERT_CHUNK")) opt.insertChunk = std::strtoul(chunk, nullptr, 10);
+        std::printf("fetched records stored in chunks of %zu\n", opt.insertChunk);
         w.KVRDataTrans1().setOptions(opt);
         auto* transfers = transfer::ui::MainTransfers::of(w);
         if (!transfers || !shell::TreeController::of(w)->selectKey("STORE 1")) {
@@ -295,7 +299,10 @@ int main(int argc, char** argv) {
         std::chrono::nanoseconds insertSum{0};
         for (const auto& o : up.scales) insertSum += o.times.insert;
         bool peerOk = true;
+        // BRINDALE_BENCH_NO_PEER=1 leaves the sqlite3 client out (quicker comparisons of our own side).
+        const bool withPeer = !std::getenv("BRINDALE_BENCH_NO_PEER");
         for (int rowsPerInsert : {1, 100}) {
+            if (!withPeer) break;
             bench::InsertPeerFigures peer;
             peerOk = bench::sqliteInsertPeer(schema, appDir, records, rowsPerInsert, peer) &&
                      peer.rows == kPlus * kScales && peerOk;

@@ -320,6 +320,28 @@ void TransferEngine::work(size_t) {
     }
 }
 
+bool TransferEngine::tryTakeTurn(size_t scale) {
+    std::lock_guard<std::mutex> lock(turnMutex_);
+    if (turnOwner_ != -1 && turnOwner_ != long(scale)) return false;
+    turnOwner_ = long(scale);
+    return true;
+}
+
+void TransferEngine::takeTurn(size_t scale) {
+    std::unique_lock<std::mutex> lock(turnMutex_);
+    turnFree_.wait(lock, [&] { return turnOwner_ == -1 || turnOwner_ == long(scale); });
+    turnOwner_ = long(scale);
+}
+
+void TransferEngine::releaseTurn(size_t scale) {
+    {
+        std::lock_guard<std::mutex> lock(turnMutex_);
+        if (turnOwner_ != long(scale)) return;
+        turnOwner_ = -1;
+    }
+    turnFree_.notify_all();
+}
+
 void TransferEngine::runScale(size_t index) {
     ScaleOutcome& o = outcomes_[index];
     const Plan& plan = *plan_;
@@ -424,8 +446,10 @@ void TransferEngine::runScale(size_t index) {
             o.total += begin.records;
             report();
             // Records are stored in chunks while the rest of the file still arrives, so that
-            // the inserts of one scale overlap the wire of the others; only a whole, checked
-            // file stays in the table: a file that breaks off has its stored rows taken out.
+            // one scale's insert overlaps the others' wire. A file is stored whole and alone: the
+            // first scale to fill a chunk takes the turn until its file ends, the others keep
+            // theirs in memory meanwhile and wait for the turn only at their file's end. A file
+            // that breaks off has its stored rows taken out again.
             std::vector<std::vector<uint8_t>> payloads;  // of the records not stored yet
             std::vector<proto::RecordView> pending;
             pending.reserve(std::min<size_t>(options_.insertChunk, begin.records));
@@ -434,23 +458,27 @@ void TransferEngine::runScale(size_t index) {
             struct TakeOut {
                 TransferEngine& e;
                 ScaleOutcome& o;
+                size_t index;
                 const std::string& code;
                 const std::vector<WorkingDb::AddedRows>& stored;
                 const bool& whole;
                 ~TakeOut() {
-                    if (whole || stored.empty()) return;
-                    std::lock_guard<std::mutex> lock(e.dbMutex_);
-                    const auto t0 = SteadyClock::now();
-                    std::string error;
-                    if (!e.db_->removeAdded(code, stored, error)) o.detail += "; " + error;
-                    o.times.insert += SteadyClock::now() - t0;
+                    if (!whole && !stored.empty()) {
+                        std::lock_guard<std::mutex> lock(e.dbMutex_);
+                        const auto t0 = SteadyClock::now();
+                        std::string error;
+                        if (!e.db_->removeAdded(code, stored, error)) o.detail += "; " + error;
+                        o.times.insert += SteadyClock::now() - t0;
+                    }
+                    e.releaseTurn(index);
                 }
-            } takeOut{*this, o, code, stored, whole};
+            } takeOut{*this, o, index, code, stored, whole};
             uint64_t received = 0, bytes = 0;
             auto wireMark = wireStart;
             auto storePending = [&]() -> bool {
                 const auto waitStart = SteadyClock::now();
                 o.times.wire += waitStart - wireMark;
+                takeTurn(index);
                 std::lock_guard<std::mutex> lock(dbMutex_);
                 const auto insertStart = SteadyClock::now();
                 o.times.waitDb += insertStart - waitStart;
@@ -496,7 +524,7 @@ void TransferEngine::runScale(size_t index) {
                     payloads.push_back(std::move(frame.payload));
                     o.done += batch.records.size();
                     report();
-                    if (pending.size() >= options_.insertChunk && !storePending()) return;
+                    if (pending.size() >= options_.insertChunk && tryTakeTurn(index) && !storePending()) return;
                 } else if (frame.type == uint8_t(Cmd::FileEnd)) {
                     proto::FileInfo end;
                     if (!proto::parseFileInfo(frame.payload, end, why)) return fail(FailReason::Protocol, why);

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -37,7 +38,8 @@ struct TransferOptions {
     // Up to this many write batches travel before their acknowledgements.
     int window = 4;
     int busyTimeoutMs = 10000;
-    // Fetched records stored together while the rest of their file still arrives.
+    // Fetched records stored together while the rest of their file still arrives (when no other
+    // scale's file is being stored meanwhile).
     size_t insertChunk = 20000;
 };
 
@@ -136,6 +138,14 @@ private:
     std::atomic<size_t> nextScale_{0};
     class WorkingDb* db_ = nullptr;
     std::mutex dbMutex_;
+    // The RC_ tables take one scale's file at a time, whole: the scale whose turn it is stores
+    // its chunks while the others go on receiving.
+    bool tryTakeTurn(size_t scale);
+    void takeTurn(size_t scale);
+    void releaseTurn(size_t scale);
+    std::mutex turnMutex_;
+    std::condition_variable turnFree_;
+    long turnOwner_ = -1;
 };
 
 }  // namespace brindale::transfer
