@@ -60,12 +60,12 @@ struct ScaleTarget {
     int section = 0;
 };
 
-// Where one scale's time went. Inserts of different scales take turns on the
-// one database connection, so waitDb is the time spent behind the others.
+// Where one scale's time went. Files of different scales are stored one after
+// another, so waitDb is the time a scale spent behind another's file.
 struct StageTimes {
     std::chrono::nanoseconds connect{0};  // connecting and the greeting
     std::chrono::nanoseconds wire{0};     // records sent and acknowledged, or received and checked
-    std::chrono::nanoseconds waitDb{0};   // waiting for another scale's insert to end
+    std::chrono::nanoseconds waitDb{0};   // waiting for the turn to store, behind another scale's file
     std::chrono::nanoseconds insert{0};   // fetched records written into their RC_ table
     std::chrono::nanoseconds total{0};    // from the scale's turn to its end, whatever the outcome
 };
