@@ -162,6 +162,14 @@ int main(int argc, char** argv) {
     const std::string appDir =
         (fs::temp_directory_path() / ("brindale-bench-flows-" + std::to_string(getpid()))).string();
     fs::remove_all(appDir);
+    // The folder goes on every way out, early failures included.
+    struct Cleanup {
+        std::string dir;
+        ~Cleanup() {
+            std::error_code ec;
+            fs::remove_all(dir, ec);
+        }
+    } cleanup{appDir};
     fs::create_directories(appDir + "/Database");
     fs::copy(std::string(BRINDALE_SOURCE_ROOT) + "/ini", appDir + "/ini", fs::copy_options::recursive);
     const std::string schema = std::string(BRINDALE_SOURCE_ROOT) + "/Database/ABC1.txt";
