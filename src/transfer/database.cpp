@@ -166,12 +166,26 @@ bool WorkingDb::readSelected(const std::string& code, std::vector<SelectedRow>& 
 }
 
 bool WorkingDb::insertRecords(const std::string& code, const std::vector<proto::RecordView>& records,
-                              std::string& error) {
+                              std::string& error, AddedRows* added) {
     const std::string table = "RC_" + code;
     std::string e;
     if (!exec("BEGIN IMMEDIATE", e)) {
         error = "table " + table + ": " + e;
         return false;
+    }
+    // New rows take rowids above the largest, one after another, while this
+    // connection is the only one writing: the call's rows are those above it.
+    int64_t before = 0;
+    if (added) {
+        Stmt mx;
+        const std::string sql = "SELECT coalesce(max(rowid), 0) FROM " + table;
+        if (sqlite3_prepare_v2(db_, sql.c_str(), -1, &mx.s, nullptr) != SQLITE_OK ||
+            sqlite3_step(mx.s) != SQLITE_ROW) {
+            error = "table " + table + ": " + sqlite3_errmsg(db_);
+            exec("ROLLBACK", e);
+            return false;
+        }
+        before = sqlite3_column_int64(mx.s, 0);
     }
     // The RC_ tables are wide, and SQLite's cost per row is mostly per
     // statement run; many rows to a statement cut that down.
@@ -208,6 +222,36 @@ bool WorkingDb::insertRecords(const std::string& code, const std::vector<proto::
             sqlite3_reset(one.s);
         }
     }
+    const int64_t last = records.empty() ? before : sqlite3_last_insert_rowid(db_);
+    if (ok && !exec("COMMIT", e)) {
+        error = "table " + table + ": " + e;
+        ok = false;
+    }
+    if (!ok) exec("ROLLBACK", e);
+    if (ok && added) *added = {before, last};
+    return ok;
+}
+
+bool WorkingDb::removeAdded(const std::string& code, const std::vector<AddedRows>& added, std::string& error) {
+    const std::string table = "RC_" + code;
+    std::string e;
+    if (!exec("BEGIN IMMEDIATE", e)) {
+        error = "table " + table + ": " + e;
+        return false;
+    }
+    bool ok = true;
+    {
+        Stmt del;
+        const std::string sql = "DELETE FROM " + table + " WHERE rowid > ?1 AND rowid <= ?2";
+        ok = sqlite3_prepare_v2(db_, sql.c_str(), -1, &del.s, nullptr) == SQLITE_OK;
+        for (size_t i = 0; ok && i < added.size(); ++i) {
+            sqlite3_bind_int64(del.s, 1, added[i].after);
+            sqlite3_bind_int64(del.s, 2, added[i].last);
+            ok = sqlite3_step(del.s) == SQLITE_DONE;
+            sqlite3_reset(del.s);
+        }
+    }
+    if (!ok) error = "table " + table + ": " + sqlite3_errmsg(db_);
     if (ok && !exec("COMMIT", e)) {
         error = "table " + table + ": " + e;
         ok = false;

@@ -44,9 +44,18 @@ public:
     bool readScales(int store, int section, std::vector<ScaleRow>& out, std::string& error);
     // Rows of KVR_<code> whose Is_Selected is non-zero, in table order.
     bool readSelected(const std::string& code, std::vector<SelectedRow>& out, std::string& error);
+    // Rows a call added: rowid in (after, last].
+    struct AddedRows {
+        int64_t after = 0;
+        int64_t last = 0;
+    };
     // Adds one row per record to RC_<code> inside one transaction; on any
-    // failure nothing of the call stays in the table.
-    bool insertRecords(const std::string& code, const std::vector<proto::RecordView>& records, std::string& error);
+    // failure nothing of the call stays in the table. `added` tells which
+    // rows the call made, so that they can be taken out again.
+    bool insertRecords(const std::string& code, const std::vector<proto::RecordView>& records, std::string& error,
+                       AddedRows* added = nullptr);
+    // Takes the rows of earlier insertRecords calls out of RC_<code> again, in one transaction.
+    bool removeAdded(const std::string& code, const std::vector<AddedRows>& added, std::string& error);
     bool tableExists(const std::string& table);
 
 private:

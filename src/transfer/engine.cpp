@@ -78,6 +78,7 @@ TransferEngine::TransferEngine(TransferRequest request, TransferOptions options)
     : request_(std::move(request)), options_(options) {
     options_.maxParallel = std::max(1, options_.maxParallel);
     options_.window = std::max(1, options_.window);
+    options_.insertChunk = std::max<size_t>(1, options_.insertChunk);
     options_.batchBytes = std::clamp<size_t>(options_.batchBytes, 1024, proto::kMaxPayload);
 }
 
@@ -121,6 +122,7 @@ TransferSummary TransferEngine::run(TransferObserver* observer) {
 TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
     observer_ = observer;
     TransferSummary summary;
+    const auto runStart = std::chrono::steady_clock::now();
     auto giveUp = [&](FailReason r, Note detail) {
         summary.reason = r;
         summary.detail = std::move(detail);
@@ -271,6 +273,7 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
         o.total = plan->total;
         outcomes_.push_back(std::move(o));
     }
+    summary.prepareTime = std::chrono::steady_clock::now() - runStart;
     if (observer_) observer_->started(targets);
 
     plan_ = plan.get();
@@ -291,6 +294,7 @@ TransferSummary TransferEngine::runGuarded(TransferObserver* observer) {
 
     summary.scales = outcomes_;
     summary.cancelled = cancel_.load();
+    summary.totalTime = std::chrono::steady_clock::now() - runStart;
     if (observer_) observer_->finished(summary);
     return summary;
 }
@@ -316,9 +320,39 @@ void TransferEngine::work(size_t) {
     }
 }
 
+bool TransferEngine::tryTakeTurn(size_t scale) {
+    std::lock_guard<std::mutex> lock(turnMutex_);
+    if (turnOwner_ != -1 && turnOwner_ != long(scale)) return false;
+    turnOwner_ = long(scale);
+    return true;
+}
+
+void TransferEngine::takeTurn(size_t scale) {
+    std::unique_lock<std::mutex> lock(turnMutex_);
+    turnFree_.wait(lock, [&] { return turnOwner_ == -1 || turnOwner_ == long(scale); });
+    turnOwner_ = long(scale);
+}
+
+void TransferEngine::releaseTurn(size_t scale) {
+    {
+        std::lock_guard<std::mutex> lock(turnMutex_);
+        if (turnOwner_ != long(scale)) return;
+        turnOwner_ = -1;
+    }
+    turnFree_.notify_all();
+}
+
 void TransferEngine::runScale(size_t index) {
     ScaleOutcome& o = outcomes_[index];
     const Plan& plan = *plan_;
+    using SteadyClock = std::chrono::steady_clock;
+    const auto scaleStart = SteadyClock::now();
+    // The scale's whole time is known on every way out, failures included.
+    struct TotalTimer {
+        StageTimes& t;
+        SteadyClock::time_point start;
+        ~TotalTimer() { t.total = SteadyClock::now() - start; }
+    } totalTimer{o.times, scaleStart};
     auto setState = [&](ScaleState s, FailReason r = FailReason::None, std::string d = {}) {
         o.state = s;
         o.reason = r;
@@ -394,12 +428,14 @@ void TransferEngine::runScale(size_t index) {
     if (!proto::parseHelloOk(frame.payload, hello, why)) return fail(FailReason::Protocol, why);
     if (hello.version != proto::kVersion)
         return fail(FailReason::Protocol, "scale speaks protocol version " + std::to_string(hello.version));
+    o.times.connect = SteadyClock::now() - scaleStart;
 
     if (plan.mode == TransferMode::Upload) {
         setState(ScaleState::Receiving);
         o.total = 0;
         for (const auto& code : plan.fetch) {
             const std::string what = "file " + code;
+            const auto wireStart = SteadyClock::now();
             if (!send(proto::makeFrame(Cmd::Read, proto::fileReqPayload(code)), what)) return;
             if (!receive(what)) return;
             if (frame.type != uint8_t(Cmd::FileBegin)) return unexpected(what);
@@ -409,10 +445,61 @@ void TransferEngine::runScale(size_t index) {
                 return fail(FailReason::Protocol, what + ": scale announced file " + begin.code);
             o.total += begin.records;
             report();
-            std::vector<std::vector<uint8_t>> payloads;
-            std::vector<proto::RecordView> records;
-            records.reserve(std::min<uint32_t>(begin.records, 1u << 20));
-            uint64_t bytes = 0;
+            // Records are stored in chunks while the rest of the file still arrives, so that
+            // one scale's insert overlaps the others' wire. A file is stored whole and alone: the
+            // first scale to fill a chunk takes the turn until its file ends, the others keep
+            // theirs in memory meanwhile and wait for the turn only at their file's end. A file
+            // that breaks off has its stored rows taken out again.
+            std::vector<std::vector<uint8_t>> payloads;  // of the records not stored yet
+            std::vector<proto::RecordView> pending;
+            pending.reserve(std::min<size_t>(options_.insertChunk, begin.records));
+            std::vector<WorkingDb::AddedRows> stored;
+            bool whole = false;
+            struct TakeOut {
+                TransferEngine& e;
+                ScaleOutcome& o;
+                size_t index;
+                const std::string& code;
+                const std::vector<WorkingDb::AddedRows>& stored;
+                const bool& whole;
+                ~TakeOut() {
+                    if (!whole && !stored.empty()) {
+                        std::lock_guard<std::mutex> lock(e.dbMutex_);
+                        const auto t0 = SteadyClock::now();
+                        std::string error;
+                        if (!e.db_->removeAdded(code, stored, error)) o.detail += "; " + error;
+                        o.times.insert += SteadyClock::now() - t0;
+                    }
+                    e.releaseTurn(index);
+                }
+            } takeOut{*this, o, index, code, stored, whole};
+            uint64_t received = 0, bytes = 0;
+            auto wireMark = wireStart;
+            auto storePending = [&]() -> bool {
+                const auto waitStart = SteadyClock::now();
+                o.times.wire += waitStart - wireMark;
+                takeTurn(index);
+                std::lock_guard<std::mutex> lock(dbMutex_);
+                const auto insertStart = SteadyClock::now();
+                o.times.waitDb += insertStart - waitStart;
+                if (cancel_.load()) {
+                    fail(FailReason::Cancelled, what + ": cancelled before it was stored");
+                    return false;
+                }
+                std::string dbError;
+                WorkingDb::AddedRows added;
+                const bool ok = db_->insertRecords(code, pending, dbError, &added);
+                wireMark = SteadyClock::now();
+                o.times.insert += wireMark - insertStart;
+                if (!ok) {
+                    fail(FailReason::Database, dbError);
+                    return false;
+                }
+                stored.push_back(added);
+                pending.clear();
+                payloads.clear();
+                return true;
+            };
             for (;;) {
                 if (!receive(what)) return;
                 if (frame.type == uint8_t(Cmd::Data)) {
@@ -421,28 +508,30 @@ void TransferEngine::runScale(size_t index) {
                         return fail(FailReason::Protocol, what + ": " + why);
                     if (batch.code != code)
                         return fail(FailReason::Protocol, what + ": records of file " + batch.code + " arrived");
-                    if (records.size() + batch.records.size() > begin.records)
+                    if (received + batch.records.size() > begin.records)
                         return fail(FailReason::Protocol, what + ": more records than the " +
                                                               std::to_string(begin.records) + " announced");
                     for (const auto& r : batch.records) {
                         const std::string bad = checkRecord(code, r.data, r.size);
                         if (!bad.empty())
                             return fail(FailReason::Protocol,
-                                        what + ", record " + std::to_string(records.size() + 1) + ": " + bad);
-                        records.push_back(r);
+                                        what + ", record " + std::to_string(received + 1) + ": " + bad);
+                        pending.push_back(r);
+                        ++received;
                         bytes += r.size;
                     }
                     // The views point into the payload's buffer, which moving keeps.
                     payloads.push_back(std::move(frame.payload));
                     o.done += batch.records.size();
                     report();
+                    if (pending.size() >= options_.insertChunk && tryTakeTurn(index) && !storePending()) return;
                 } else if (frame.type == uint8_t(Cmd::FileEnd)) {
                     proto::FileInfo end;
                     if (!proto::parseFileInfo(frame.payload, end, why)) return fail(FailReason::Protocol, why);
-                    if (end.code != code || end.records != records.size() || end.records != begin.records ||
+                    if (end.code != code || end.records != received || end.records != begin.records ||
                         end.bytes != bytes)
                         return fail(FailReason::Protocol,
-                                    what + ": received " + std::to_string(records.size()) + " records of " +
+                                    what + ": received " + std::to_string(received) + " records of " +
                                         std::to_string(bytes) + " bytes, scale says " +
                                         std::to_string(end.records) + " of " + std::to_string(end.bytes));
                     break;
@@ -450,11 +539,12 @@ void TransferEngine::runScale(size_t index) {
                     return unexpected(what);
                 }
             }
-            // Only a whole, checked file goes into the table.
-            std::lock_guard<std::mutex> lock(dbMutex_);
-            if (cancel_.load()) return fail(FailReason::Cancelled, what + ": cancelled before it was stored");
-            std::string dbError;
-            if (!db_->insertRecords(code, records, dbError)) return fail(FailReason::Database, dbError);
+            if (!pending.empty() || stored.empty()) {
+                if (!storePending()) return;
+            } else {
+                o.times.wire += SteadyClock::now() - wireMark;
+            }
+            whole = true;
         }
     } else {
         setState(plan.mode == TransferMode::Download ? ScaleState::Sending : ScaleState::Deleting);
@@ -503,6 +593,12 @@ void TransferEngine::runScale(size_t index) {
             report();
             return true;
         };
+        const auto wireStart = SteadyClock::now();
+        struct WireTimer {
+            StageTimes& t;
+            SteadyClock::time_point start;
+            ~WireTimer() { t.wire = SteadyClock::now() - start; }
+        } wireTimer{o.times, wireStart};
         for (const auto& file : plan.files) {
             for (const auto& batch : file.batches) {
                 while (inflight.size() >= size_t(options_.window))

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -37,6 +38,9 @@ struct TransferOptions {
     // Up to this many write batches travel before their acknowledgements.
     int window = 4;
     int busyTimeoutMs = 10000;
+    // Fetched records stored together while the rest of their file still arrives (when no other
+    // scale's file is being stored meanwhile).
+    size_t insertChunk = 20000;
 };
 
 struct TransferRequest {
@@ -56,6 +60,16 @@ struct ScaleTarget {
     int section = 0;
 };
 
+// Where one scale's time went. Files of different scales are stored one after
+// another, so waitDb is the time a scale spent behind another's file.
+struct StageTimes {
+    std::chrono::nanoseconds connect{0};  // connecting and the greeting
+    std::chrono::nanoseconds wire{0};     // records sent and acknowledged, or received and checked
+    std::chrono::nanoseconds waitDb{0};   // waiting for the turn to store, behind another scale's file
+    std::chrono::nanoseconds insert{0};   // fetched records written into their RC_ table
+    std::chrono::nanoseconds total{0};    // from the scale's turn to its end, whatever the outcome
+};
+
 struct ScaleOutcome {
     ScaleTarget target;
     ScaleState state = ScaleState::Waiting;
@@ -63,6 +77,7 @@ struct ScaleOutcome {
     std::string detail;  // English, names the file and record where it can
     uint64_t done = 0;
     uint64_t total = 0;
+    StageTimes times;
 };
 
 struct TransferSummary {
@@ -73,6 +88,10 @@ struct TransferSummary {
     // Things worth telling that did not fail a scale (rows not sent, tables skipped).
     std::vector<Note> notes;
     bool cancelled = false;
+    // Reading the scales and the rows to send from the database, and building the frames.
+    std::chrono::nanoseconds prepareTime{0};
+    // The whole run, preparation included.
+    std::chrono::nanoseconds totalTime{0};
 
     size_t countDone() const;
     size_t countFailed() const;
@@ -119,6 +138,14 @@ private:
     std::atomic<size_t> nextScale_{0};
     class WorkingDb* db_ = nullptr;
     std::mutex dbMutex_;
+    // The RC_ tables take one scale's file at a time, whole: the scale whose turn it is stores
+    // its chunks while the others go on receiving.
+    bool tryTakeTurn(size_t scale);
+    void takeTurn(size_t scale);
+    void releaseTurn(size_t scale);
+    std::mutex turnMutex_;
+    std::condition_variable turnFree_;
+    long turnOwner_ = -1;
 };
 
 }  // namespace brindale::transfer
