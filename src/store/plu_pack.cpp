@@ -18,41 +18,43 @@ PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, con
     env.flexiBarcodes = &flexi;
     codec::EncoderContext ctx(env);
     ctx.remembered.clearKey();
-    // The rows first, then the writes: an open SELECT on the table being updated would see them.
-    std::vector<std::pair<int64_t, codec::PluRow>> packed;
-    long total = 0;
-    if (progress) {
-        auto count = db.prepare("SELECT COUNT(*) FROM KVR_25" + (where.empty() ? std::string() : " WHERE " + where));
-        count->step();
-        total = long(count->columnInt(0));
-    }
-    long done = 0;
+    // The row ids first; then each row is read by its id, packed and written at once, so that no
+    // cursor runs over the rows being written and no packed row is held in memory.
+    std::vector<int64_t> ids;
     {
-        auto st = db.prepare(map.selectSql(where));
-        codec::PluRow row;
-        while (st->step()) {
-            if (progress) progress(++done, total);
-            map.read(*st, row);
-            codec::Status s = codec::encodePluRecord(ctx, row, inherit);
-            if (!s.ok()) {
-                PluPackProblem p;
-                p.rowid = st->columnInt(0);
-                p.PLU_No = row.PLU_No;
-                p.ST_No = row.ST_No;
-                p.error = s.error();
-                p.column = p.error.column;
-                p.reason = s.message();
-                result.problems.push_back(std::move(p));
-                continue;
-            }
-            packed.emplace_back(st->columnInt(0), row);
-        }
+        auto st = db.prepare("SELECT rowid FROM KVR_25" + (where.empty() ? std::string() : " WHERE " + where) +
+                             " ORDER BY rowid");
+        while (st->step()) ids.push_back(st->columnInt(0));
     }
+    const long total = long(ids.size());
+    long done = 0;
     Transaction tx(db);
+    auto read = db.prepare(map.selectSql("rowid = ?1"));
     auto& update = db.cached(map.updateSql());
-    for (const auto& [rowid, row] : packed) {
+    codec::PluRow row;
+    for (int64_t id : ids) {
+        if (progress) progress(++done, total);
+        sqlite3_bind_int64(read->handle(), 1, id);
+        if (!read->step()) {
+            read->reset();
+            continue;
+        }
+        map.read(*read, row);
+        read->reset();
+        codec::Status s = codec::encodePluRecord(ctx, row, inherit);
+        if (!s.ok()) {
+            PluPackProblem p;
+            p.rowid = id;
+            p.PLU_No = row.PLU_No;
+            p.ST_No = row.ST_No;
+            p.error = s.error();
+            p.column = p.error.column;
+            p.reason = s.message();
+            result.problems.push_back(std::move(p));
+            continue;
+        }
         map.bind(update, row);
-        sqlite3_bind_int64(update.handle(), static_cast<int>(map.size() + 1), rowid);
+        sqlite3_bind_int64(update.handle(), static_cast<int>(map.size() + 1), id);
         update.step();
         update.reset();
         ++result.packed;
