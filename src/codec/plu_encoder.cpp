@@ -272,4 +272,10 @@ Status encodePluRecord(EncoderContext& ctx, PluRow& row, bool inherit) {
   return {};
 }
 
+bool encoderWritesColumn(std::string_view name) {
+  // The status byte columns (Stat1_Byte1, ..., Stat2B_Byte6) and the columns written above.
+  if (name.starts_with("Stat") && name.find("_Byte") != std::string_view::npos) return true;
+  return name == "KVRBinData" || name == "Stat2_LBFormat1" || name == "Stat2_BARFormat" || name == "PLU_EANData";
+}
+
 }  // namespace brindale::codec

@@ -2,6 +2,8 @@
 // Between runs a PLU lives only as this record, so both directions keep every byte.
 #pragma once
 
+#include <string_view>
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -32,6 +34,9 @@ class EncoderContext {
 // On failure KVRBinData keeps its old value; the columns changed before the failure stay changed
 // in the row, so the caller does not save it.
 Status encodePluRecord(EncoderContext& ctx, PluRow& row, bool inherit);
+// Whether encodePluRecord may write the column of this name (the record, the status bytes and the
+// columns it derives), so that a caller writes back only those.
+bool encoderWritesColumn(std::string_view name);
 
 enum class DecodeOutcome : uint8_t {
   NoRecord,        // KVRBinData is Null: nothing changed, nothing to save

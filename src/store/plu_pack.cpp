@@ -30,7 +30,12 @@ PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, con
     long done = 0;
     Transaction tx(db);
     auto read = db.prepare(map.selectSql("rowid = ?1"));
-    auto& update = db.cached(map.updateSql());
+    // Only the columns the encoder writes go back: a tenth of the row's columns.
+    std::vector<codec::ColumnInfo<codec::PluRow>> written;
+    for (const auto& c : codec::pluColumns())
+        if (codec::encoderWritesColumn(c.name)) written.push_back(c);
+    RowMapper<codec::PluRow> out(db, "KVR_25", written);
+    auto& update = db.cached(out.updateSql());
     codec::PluRow row;
     for (int64_t id : ids) {
         if (progress) progress(++done, total);
@@ -53,8 +58,8 @@ PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, con
             result.problems.push_back(std::move(p));
             continue;
         }
-        map.bind(update, row);
-        sqlite3_bind_int64(update.handle(), static_cast<int>(map.size() + 1), id);
+        out.bind(update, row);
+        sqlite3_bind_int64(update.handle(), static_cast<int>(out.size() + 1), id);
         update.step();
         update.reset();
         ++result.packed;
