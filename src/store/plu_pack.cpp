@@ -18,34 +18,28 @@ PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, con
     env.flexiBarcodes = &flexi;
     codec::EncoderContext ctx(env);
     ctx.remembered.clearKey();
-    // The row ids first; then each row is read by its id, packed and written at once, so that no
-    // cursor runs over the rows being written and no packed row is held in memory.
-    std::vector<int64_t> ids;
-    {
-        auto st = db.prepare("SELECT rowid FROM KVR_25" + (where.empty() ? std::string() : " WHERE " + where) +
-                             " ORDER BY rowid");
-        while (st->step()) ids.push_back(st->columnInt(0));
+    // One pass in row order, each packed row written at once: the writes touch only the encoder's
+    // columns, which no condition of the pass reads, and only rows the pass has left behind.
+    long total = 0;
+    if (progress) {
+        auto count = db.prepare("SELECT COUNT(*) FROM KVR_25" + (where.empty() ? std::string() : " WHERE " + where));
+        count->step();
+        total = long(count->columnInt(0));
     }
-    const long total = long(ids.size());
     long done = 0;
     Transaction tx(db);
-    auto read = db.prepare(map.selectSql("rowid = ?1"));
     // Only the columns the encoder writes go back: a tenth of the row's columns.
     std::vector<codec::ColumnInfo<codec::PluRow>> written;
     for (const auto& c : codec::pluColumns())
         if (codec::encoderWritesColumn(c.name)) written.push_back(c);
     RowMapper<codec::PluRow> out(db, "KVR_25", written);
     auto& update = db.cached(out.updateSql());
+    auto read = db.prepare(map.selectSql(where));
     codec::PluRow row;
-    for (int64_t id : ids) {
+    while (read->step()) {
         if (progress) progress(++done, total);
-        sqlite3_bind_int64(read->handle(), 1, id);
-        if (!read->step()) {
-            read->reset();
-            continue;
-        }
+        const int64_t id = read->columnInt(0);
         map.read(*read, row);
-        read->reset();
         codec::Status s = codec::encodePluRecord(ctx, row, inherit);
         if (!s.ok()) {
             PluPackProblem p;

@@ -16,7 +16,8 @@ struct PluPackResult {
     std::vector<PluPackProblem> problems;  // rows that could not be packed: left as they were
 };
 
-// Every KVR_25 row that `where` selects (SQL after WHERE; empty: all rows) is encoded and
+// Every KVR_25 row that `where` selects (SQL after WHERE; empty: all rows; it must not read the
+// columns the encoder writes, which change during the pass) is encoded and
 // written back with its record and the columns the encoder derives, in one transaction. With
 // `inherit` (as the downloads pass it) the label and barcode settings 255 are resolved through
 // main group, department and store; without, they go out as 255.
