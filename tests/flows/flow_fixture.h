@@ -45,20 +45,23 @@ protected:
         shape.plus = 40;
         chain.generate(shape, 7);
         db().exec("DELETE FROM SCALE");
-        uint16_t port = 0;
-        int n = 0;
+        std::vector<scaleemu::ScaleOptions> options;
         for (const char* address : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
             scaleemu::ScaleOptions so;
             so.address = address;
-            so.port = port;
+            so.port = 0;
             so.refuse = refuse(address);
-            auto s = std::make_unique<scaleemu::EmulatedScale>(so);
-            std::string error;
-            ASSERT_TRUE(s->start(error)) << error;
-            port = s->port();
-            scales.push_back(std::move(s));
+            options.push_back(so);
+        }
+        std::string error;
+        scales = scaleemu::startScales(options, error);
+        ASSERT_EQ(scales.size(), 3u) << error;
+        const uint16_t port = scales[0]->port();
+        int n = 0;
+        for (const char* address : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
+            ++n;
             chain.add("SCALE", {{"SC_IP", store::Value(padded(address))},
-                                {"SC_No", store::Value("Scale " + std::to_string(++n))},
+                                {"SC_No", store::Value("Scale " + std::to_string(n))},
                                 {"SC_Used", store::Value(1)},
                                 {"ST_No", store::Value(1)},
                                 {"SECT_No", store::Value(n <= 2 ? 1 : 2)}});

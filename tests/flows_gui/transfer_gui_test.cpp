@@ -81,20 +81,19 @@ protected:
         clearMessages();
         g = std::make_unique<GuiApp>(generatedChain());
         ASSERT_EQ(g->start(), 0);
-        uint16_t port = 0;
+        std::vector<scaleemu::ScaleOptions> options;
         for (const char* address : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
             scaleemu::ScaleOptions so;
             so.address = address;
-            so.port = port;
+            so.port = 0;
             so.refuse = refuse(address);
-            auto s = std::make_unique<scaleemu::EmulatedScale>(so);
-            std::string error;
-            ASSERT_TRUE(s->start(error)) << error;
-            port = s->port();
-            scales.push_back(std::move(s));
+            options.push_back(so);
         }
+        std::string error;
+        scales = scaleemu::startScales(options, error);
+        ASSERT_EQ(scales.size(), 3u) << error;
         transfer::TransferOptions to;
-        to.port = port;
+        to.port = scales[0]->port();
         to.connectTimeout = std::chrono::milliseconds(2000);
         to.replyTimeout = std::chrono::milliseconds(5000);
         to.scaleTimeout = std::chrono::milliseconds(20000);

@@ -369,4 +369,19 @@ void EmulatedScale::serve(net::Socket sock) {
     save(ignore);
 }
 
+std::vector<std::unique_ptr<EmulatedScale>> startScales(std::vector<ScaleOptions> each, std::string& error) {
+    std::vector<std::unique_ptr<EmulatedScale>> scales;
+    for (size_t i = 0; i < each.size(); ++i) {
+        if (i > 0) each[i].port = scales.front()->port();
+        auto s = std::make_unique<EmulatedScale>(each[i]);
+        if (!s->start(error)) {
+            error = each[i].address + ": " + error;
+            for (auto& started : scales) started->stop();
+            return {};
+        }
+        scales.push_back(std::move(s));
+    }
+    return scales;
+}
+
 }  // namespace brindale::scaleemu

@@ -89,4 +89,9 @@ private:
     bool started_ = false;
 };
 
+// Starts one scale for each of `each` on one port, as a chain's scales all listen on the same
+// port: the first takes the port its options name (0: a free one), the others the first's. Empty,
+// with `error` naming the address, when one cannot start (those already started are stopped).
+std::vector<std::unique_ptr<EmulatedScale>> startScales(std::vector<ScaleOptions> each, std::string& error);
+
 }  // namespace brindale::scaleemu
