@@ -45,16 +45,9 @@ protected:
         shape.plus = 40;
         chain.generate(shape, 7);
         db().exec("DELETE FROM SCALE");
-        std::vector<scaleemu::ScaleOptions> options;
-        for (const char* address : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
-            scaleemu::ScaleOptions so;
-            so.address = address;
-            so.port = 0;
-            so.refuse = refuse(address);
-            options.push_back(so);
-        }
         std::string error;
-        scales = scaleemu::startScales(options, error);
+        scales = scaleemu::startScales({"127.0.0.2", "127.0.0.3", "127.0.0.4"},
+                                       [this](const std::string& a) { return refuse(a); }, error);
         ASSERT_EQ(scales.size(), 3u) << error;
         const uint16_t port = scales[0]->port();
         int n = 0;

@@ -30,39 +30,31 @@
 namespace brindale::testing {
 namespace {
 
-struct Quiet : shell::LifecycleView {
-    void setLabel(const std::string&) override {}
-    void repaint() override {}
-};
 
 std::string padded(const std::string& ip) { return store::padAddress(ip); }
 
-// A generated chain of one store, ended once so that the program starts on its mirror.
+// A generated chain of one store with three loopback scales, and a second store to take fetched
+// PLUs into; ended once, so that the program starts on its mirror.
 std::unique_ptr<TempApp> generatedChain() {
-    auto dir = std::make_unique<TempApp>();
-    shell::ProgramState st;
-    st.appDir = dir->dir();
-    Quiet v;
-    if (shell::runStartup(st, v) != shell::StartResult::Ok) throw std::runtime_error("start failed");
     datagen::ChainShape shape;
     shape.stores = 1;
     shape.sectionsPerStore = 2;
     shape.scalesPerSection = 1;
     shape.plus = 60;
-    datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, 11);
-    st.Conn->exec("DELETE FROM SCALE");
-    int n = 0;
-    for (const char* a : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
-        ++n;
-        st.Conn->exec("INSERT INTO SCALE (SC_IP, SC_No, SC_Used, ST_No, SECT_No) VALUES ('" + padded(a) + "', 'Scale " +
-                      std::to_string(n) + "', 1, 1, " + std::to_string(n <= 2 ? 1 : 2) + ")");
-    }
-    st.Conn->exec("UPDATE KVR_25 SET Is_Selected = 0");
-    // A second store with one department and main group 5, where fetched PLUs are taken.
-    st.Conn->exec("INSERT INTO STORE (ST_No, ST_Name) VALUES (2, 'Harbour')");
-    st.Conn->exec("INSERT INTO KVR_20 (DP_No, DP_Name, ST_No, SECT_No) VALUES (1, 'Fresh', 2, 0)");
-    st.Conn->exec("INSERT INTO KVR_23 (MG_No, MG_Name, ST_No, SECT_No, DP_No) VALUES (5, 'Fish', 2, 0, 1)");
-    shell::endProgram(st, v);
+    auto dir = generatedApp(shape, 11, 0, [](shell::ProgramState& st) {
+        st.Conn->exec("DELETE FROM SCALE");
+        int n = 0;
+        for (const char* a : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
+            ++n;
+            st.Conn->exec("INSERT INTO SCALE (SC_IP, SC_No, SC_Used, ST_No, SECT_No) VALUES ('" + padded(a) +
+                          "', 'Scale " + std::to_string(n) + "', 1, 1, " + std::to_string(n <= 2 ? 1 : 2) + ")");
+        }
+        st.Conn->exec("UPDATE KVR_25 SET Is_Selected = 0");
+        // A second store with one department and main group 5, where fetched PLUs are taken.
+        st.Conn->exec("INSERT INTO STORE (ST_No, ST_Name) VALUES (2, 'Harbour')");
+        st.Conn->exec("INSERT INTO KVR_20 (DP_No, DP_Name, ST_No, SECT_No) VALUES (1, 'Fresh', 2, 0)");
+        st.Conn->exec("INSERT INTO KVR_23 (MG_No, MG_Name, ST_No, SECT_No, DP_No) VALUES (5, 'Fish', 2, 0, 1)");
+    });
     datagen::writeChainSettings(dir->dir(), 2);  // two stores: multi store mode
     return dir;
 }
@@ -81,16 +73,9 @@ protected:
         clearMessages();
         g = std::make_unique<GuiApp>(generatedChain());
         ASSERT_EQ(g->start(), 0);
-        std::vector<scaleemu::ScaleOptions> options;
-        for (const char* address : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
-            scaleemu::ScaleOptions so;
-            so.address = address;
-            so.port = 0;
-            so.refuse = refuse(address);
-            options.push_back(so);
-        }
         std::string error;
-        scales = scaleemu::startScales(options, error);
+        scales = scaleemu::startScales({"127.0.0.2", "127.0.0.3", "127.0.0.4"},
+                                       [this](const std::string& a) { return refuse(a); }, error);
         ASSERT_EQ(scales.size(), 3u) << error;
         transfer::TransferOptions to;
         to.port = scales[0]->port();

@@ -24,10 +24,6 @@ using namespace brindale;
 using namespace brindale::testing;
 
 namespace {
-struct Quiet : shell::LifecycleView {
-    void setLabel(const std::string&) override {}
-    void repaint() override {}
-};
 
 // Grabs the modal window `name` when `ready` says so, then runs `then` (bounded: 60 s).
 void whenReady(const QString& name, std::function<bool(QWidget*)> ready, const QString& file,
@@ -52,25 +48,14 @@ void whenReady(const QString& name, std::function<bool(QWidget*)> ready, const Q
 }
 
 void shots(int language, const char* tag, long uploadRecords) {
-    auto dir = std::make_unique<TempApp>();
-    auto s = shell::readSettings(dir->path(shell::kSettingsFile));
-    s.LanguageIndex = language;
-    shell::writeSettings(dir->path(shell::kSettingsFile), s);
-    {
-        shell::ProgramState st;
-        st.appDir = dir->dir();
-        Quiet q;
-        if (shell::runStartup(st, q) != shell::StartResult::Ok) return;
-        datagen::ChainShape shape;
-        shape.plus = 300;
-        shape.stores = 1;
-        datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, 42);
+    datagen::ChainShape shape;
+    shape.plus = 300;
+    shape.stores = 1;
+    auto dir = generatedApp(shape, 42, language, [](shell::ProgramState& st) {
         st.Conn->exec("DELETE FROM SCALE");
         st.Conn->exec("INSERT INTO SCALE (SC_IP, SC_No, SC_Used, ST_No, SECT_No) VALUES "
                       "('127.  0.  0.  2', 'Deli 1', 1, 1, 1), ('127.  0.  0.  3', 'Deli 2', 1, 1, 1)");
-        st.Conn->exec("UPDATE KVR_25 SET Is_Selected = 0");
-        shell::endProgram(st, q);
-    }
+    });
     GuiApp g(std::move(dir));
     if (g.start() != 0) return;
     g.w().resize(1180, 760);

@@ -1,5 +1,9 @@
 #include "gui_support.h"
 
+#include "shell/lifecycle.h"
+#include "shell/paths.h"
+#include "shell/settings.h"
+
 #include <gtest/gtest.h>
 
 #include <QAction>
@@ -62,6 +66,26 @@ std::string GuiApp::dump() const {
 int GuiApp::count(const std::string& sql) const {
     store::Recordset rs(*state().Conn, sql);
     return static_cast<int>(rs.recordCount());
+}
+
+std::unique_ptr<TempApp> generatedApp(const datagen::ChainShape& shape, uint32_t seed, int language,
+                                      const std::function<void(shell::ProgramState&)>& more) {
+    struct Quiet : shell::LifecycleView {
+        void setLabel(const std::string&) override {}
+        void repaint() override {}
+    };
+    auto dir = std::make_unique<TempApp>();
+    auto settings = shell::readSettings(dir->path(shell::kSettingsFile));
+    settings.LanguageIndex = language;
+    shell::writeSettings(dir->path(shell::kSettingsFile), settings);
+    shell::ProgramState st;
+    st.appDir = dir->dir();
+    Quiet q;
+    if (shell::runStartup(st, q) != shell::StartResult::Ok) throw std::runtime_error("the start failed");
+    datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, seed);
+    if (more) more(st);
+    shell::endProgram(st, q);
+    return dir;
 }
 
 ModalDriver::ModalDriver(const QString& name, std::function<void(QDialog*)> act) : timer_(new QTimer) {

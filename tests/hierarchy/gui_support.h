@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "chain_generator.h"
 #include "fixture.h"
 #include "shell/application.h"
 #include "shell/main_window.h"
@@ -44,6 +45,12 @@ struct GuiApp {
     std::string dump() const;
     int count(const std::string& sql) const;
 };
+
+// A folder whose mirror holds a generated chain (`shape`, `seed`), with the settings' language
+// `language`; `more` may change the running database before the end writes the mirror. Throws
+// when the start or the end fails.
+std::unique_ptr<TempApp> generatedApp(const datagen::ChainShape& shape, uint32_t seed, int language = 0,
+                                      const std::function<void(shell::ProgramState&)>& more = {});
 
 // Runs `act` on the modal form `name` once it is open (checked every 10 ms, for at most 5 s);
 // returns whether it was seen. A form still open when `act` returns is closed by force after the

@@ -18,27 +18,12 @@ using namespace brindale;
 using namespace brindale::testing;
 
 namespace {
-struct Quiet : shell::LifecycleView {
-    void setLabel(const std::string&) override {}
-    void repaint() override {}
-};
 
 void shots(int language, const char* tag) {
-    auto dir = std::make_unique<TempApp>();
-    auto s = shell::readSettings(dir->path(shell::kSettingsFile));
-    s.LanguageIndex = language;
-    shell::writeSettings(dir->path(shell::kSettingsFile), s);
-    {
-        shell::ProgramState st;
-        st.appDir = dir->dir();
-        Quiet q;
-        if (shell::runStartup(st, q) != shell::StartResult::Ok) return;
-        datagen::ChainShape shape;
-        shape.plus = 2000;
-        shape.stores = 1;
-        datagen::generateChain(*st.Conn, st.codecEnvironment(), shape, 42);
-        shell::endProgram(st, q);
-    }
+    datagen::ChainShape shape;
+    shape.plus = 2000;
+    shape.stores = 1;
+    auto dir = generatedApp(shape, 42, language);
     GuiApp g(std::move(dir));
     if (g.start() != 0) return;
     g.w().resize(1180, 760);

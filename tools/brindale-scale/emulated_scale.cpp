@@ -384,4 +384,18 @@ std::vector<std::unique_ptr<EmulatedScale>> startScales(std::vector<ScaleOptions
     return scales;
 }
 
+std::vector<std::unique_ptr<EmulatedScale>> startScales(const std::vector<std::string>& addresses,
+                                                        const std::function<bool(const std::string&)>& refuses,
+                                                        std::string& error) {
+    std::vector<ScaleOptions> each;
+    for (const auto& a : addresses) {
+        ScaleOptions so;
+        so.address = a;
+        so.port = 0;
+        so.refuse = refuses && refuses(a);
+        each.push_back(so);
+    }
+    return startScales(each, error);
+}
+
 }  // namespace brindale::scaleemu

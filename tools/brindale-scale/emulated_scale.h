@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -93,5 +94,9 @@ private:
 // port: the first takes the port its options name (0: a free one), the others the first's. Empty,
 // with `error` naming the address, when one cannot start (those already started are stopped).
 std::vector<std::unique_ptr<EmulatedScale>> startScales(std::vector<ScaleOptions> each, std::string& error);
+// The same for plain scales at these addresses, each refusing connections when `refuses` says so.
+std::vector<std::unique_ptr<EmulatedScale>> startScales(const std::vector<std::string>& addresses,
+                                                        const std::function<bool(const std::string&)>& refuses,
+                                                        std::string& error);
 
 }  // namespace brindale::scaleemu
