@@ -87,60 +87,6 @@ std::optional<int64_t> parseNumber(const std::string& text) {
     return v;
 }
 
-// ---- the lookups, read once so that two threads can share them ------------------------------
-
-struct ReviewSet::Lookups final : codec::InheritanceSource, codec::FlexiBarcodeSource {
-    using Key = std::pair<int64_t, int64_t>;
-    std::map<Key, codec::HierarchySettings> groups, departments;
-    std::map<int64_t, codec::HierarchySettings> stores;
-    std::map<Key, int64_t> flexi;
-
-    explicit Lookups(store::Database& db) {
-        // The first row of each key in table order, as the lookups of the store answer; a row
-        // whose key is Null is never found.
-        auto settings = [](const store::Statement& st) {
-            codec::HierarchySettings h;
-            h.LabFormat = st.columnInt(2);
-            h.BarFormat = st.columnInt(3);
-            h.BarFlag = st.columnInt(4);
-            h.Flag1 = st.columnInt(5);
-            h.Flag2 = st.columnInt(6);
-            h.DP_No = st.columnInt(7);
-            return h;
-        };
-        auto keyed = [&](const char* sql, std::map<Key, codec::HierarchySettings>& into) {
-            auto st = db.prepare(sql);
-            while (st->step())
-                if (!isNull(*st, 0) && !isNull(*st, 1)) into.emplace(Key{st->columnInt(0), st->columnInt(1)}, settings(*st));
-        };
-        keyed("SELECT ST_No, MG_No, LabFormat, barformat, BarFlag, Flag1, Flag2, DP_No FROM KVR_23 ORDER BY rowid", groups);
-        keyed("SELECT ST_No, DP_No, LabFormat, barformat, BarFlag, Flag1, Flag2, DP_No FROM KVR_20 ORDER BY rowid",
-              departments);
-        {
-            auto st = db.prepare("SELECT ST_No, 0, LabFormat, barformat, BarFlag, Flag1, Flag2, 0 FROM STORE ORDER BY rowid");
-            while (st->step())
-                if (!isNull(*st, 0)) stores.emplace(st->columnInt(0), settings(*st));
-        }
-        auto st = db.prepare("SELECT FBar_No, FBar_EANorITF, FBar_ItemDigitNo FROM KVR_14 ORDER BY rowid");
-        while (st->step())
-            if (!isNull(*st, 0) && !isNull(*st, 1)) flexi.emplace(Key{st->columnInt(0), st->columnInt(1)}, st->columnInt(2));
-    }
-
-    static bool isNull(const store::Statement& st, int col) { return sqlite3_column_type(st.handle(), col) == SQLITE_NULL; }
-    template <class M, class K>
-    static auto find(const M& m, const K& k) -> std::optional<typename M::mapped_type> {
-        const auto it = m.find(k);
-        if (it == m.end()) return std::nullopt;
-        return it->second;
-    }
-    std::optional<codec::HierarchySettings> mainGroup(int64_t st, int64_t mg) override { return find(groups, Key{st, mg}); }
-    std::optional<codec::HierarchySettings> department(int64_t st, int64_t dp) override {
-        return find(departments, Key{st, dp});
-    }
-    std::optional<codec::HierarchySettings> store(int64_t st) override { return find(stores, st); }
-    std::optional<int64_t> itemDigitNo(int64_t no, int64_t kind) override { return find(flexi, Key{no, kind}); }
-};
-
 namespace {
 
 // What decoding a record reads of its row besides the bytes: the number (kept when the record's
@@ -270,7 +216,7 @@ ReviewSet::ReviewSet(store::Database& db, const codec::CodecEnvironment& env) : 
 ReviewSet::~ReviewSet() = default;
 
 void ReviewSet::snapshotLookups() {
-    lookups_ = std::make_unique<Lookups>(db_);
+    lookups_ = std::make_unique<store::CodecSourcesSnapshot>(db_);
     env_.inheritance = lookups_.get();
     env_.flexiBarcodes = lookups_.get();
 }

@@ -11,6 +11,7 @@
 
 #include "codec/environment.h"
 #include "codec/plu_row.h"
+#include "store/codec_sources.h"
 #include "store/database.h"
 
 namespace brindale::transfer {
@@ -80,14 +81,13 @@ public:
     // The environment the set decodes with on the calling thread (lookups from the snapshots).
     const codec::CodecEnvironment& environment() const { return env_; }
 
-    struct Lookups;  // the snapshots of the lookup tables
 
 private:
     void snapshotLookups();
 
     store::Database& db_;
     codec::CodecEnvironment env_;
-    std::unique_ptr<Lookups> lookups_;
+    std::unique_ptr<store::CodecSourcesSnapshot> lookups_;  // read once, shared by both threads
     static constexpr char kMarked = 1;  // the operator's mark
     static constexpr char kStored = 2;  // the decoded columns are in the row of RC_25
     std::vector<int64_t> ids_;
