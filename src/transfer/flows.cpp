@@ -233,25 +233,19 @@ std::vector<int64_t> FlowSession::mark(const FlowRow& row) {
                 auto st = db_.prepare(sql);
                 while (st->step()) marked.push_back(st->columnInt(0));
             }
-            store::Transaction tx(db_);
-            auto& up = db_.cached(std::string("UPDATE ") + row.markTable + " SET Is_Selected = 1 WHERE rowid = ?1");
-            for (int64_t id : marked) {
-                up.bind(1, store::Value(id));
-                up.step();
-                up.reset();
-            }
-            tx.commit();
+            setMarks(row.markTable, marked, 1);
             break;
         }
     }
     return marked;
 }
 
-void FlowSession::clearMarks(const std::string& table, const std::vector<int64_t>& rowids) {
+void FlowSession::setMarks(const std::string& table, const std::vector<int64_t>& rowids, int value) {
     store::Transaction tx(db_);
-    auto& up = db_.cached("UPDATE " + table + " SET Is_Selected = 0 WHERE rowid = ?1");
+    auto& up = db_.cached("UPDATE " + table + " SET Is_Selected = ?2 WHERE rowid = ?1");
     for (int64_t id : rowids) {
         up.bind(1, store::Value(id));
+        up.bind(2, store::Value(int64_t(value)));
         up.step();
         up.reset();
     }
@@ -328,9 +322,7 @@ void FlowSession::start(const FlowRow& row, FlowOutcome& out) {
                 auto st = db_.prepare("SELECT COUNT(*) FROM KVR_25 WHERE Is_Selected<>0");
                 st->step();
                 if (st->columnInt(0) > 0) break;
-                auto up = db_.prepare("UPDATE KVR_25 SET Is_Selected = 1 WHERE rowid = ?1");
-                up->bind(1, store::Value(ctx_.currentPluRowId));
-                up->step();
+                setMarks("KVR_25", {ctx_.currentPluRowId}, 1);
             }
         }
     }
@@ -390,17 +382,11 @@ void FlowSession::downloadOne(FlowOutcome& out) {
     note("saveEditor");
     if (hooks_.saveEditor && !hooks_.saveEditor()) return;
     const int64_t id = ctx_.currentPluRowId;
-    {
-        auto up = db_.prepare("UPDATE KVR_25 SET Is_Selected = 1 WHERE rowid = ?1");
-        up->bind(1, store::Value(id));
-        up->step();
-    }
+    setMarks("KVR_25", {id}, 1);
     events();
     // Whatever happens from here, the current row's mark goes and the list is shown again.
     MarkGuard guard{[this, id] {
-                        auto up = db_.prepare("UPDATE KVR_25 SET Is_Selected = 0 WHERE rowid = ?1");
-                        up->bind(1, store::Value(id));
-                        up->step();
+                        setMarks("KVR_25", {id}, 0);
                         if (hooks_.clearPluEdited) hooks_.clearPluEdited();
                         note("refreshList");
                         if (hooks_.refreshList) hooks_.refreshList();
@@ -441,7 +427,7 @@ FlowOutcome FlowSession::run(Flow flow) {
         if (flow == Flow::DeletePlu) state_.skipRefreshFlag = 1;
         const std::vector<int64_t> marked = mark(row);
         MarkGuard guard{};
-        if (row.clearAfter) guard.clear = [this, &row, marked] { clearMarks(row.markTable, marked); };
+        if (row.clearAfter) guard.clear = [this, &row, marked] { setMarks(row.markTable, marked, 0); };
         state_.collection = row.identifiers.empty() ? ctx_.identifiers : row.identifiers;
         start(row, out);
         if (out.end != FlowEnd::Transferred) return out;

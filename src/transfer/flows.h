@@ -205,7 +205,8 @@ public:
 private:
     bool placeOf(const FlowRow& row, FlowOutcome& out);
     std::vector<int64_t> mark(const FlowRow& row);
-    void clearMarks(const std::string& table, const std::vector<int64_t>& rowids);
+    // Is_Selected = value on these rows of the table, in one transaction.
+    void setMarks(const std::string& table, const std::vector<int64_t>& rowids, int value);
     void showDownloadDialog(bool deleteCaptions);
     void start(const FlowRow& row, FlowOutcome& out);
     void downloadOne(FlowOutcome& out);
