@@ -346,6 +346,25 @@ TEST_F(MainTransfersGui, TheMenuUploadKeepsTheSelection) {
     EXPECT_EQ(column("SELECT COUNT(*) FROM RC_25")[0], 0);
 }
 
+TEST_F(MainTransfersGui, ASectionNumberAboveAByteIsNamedInAMessageAndNothingIsShownOrSent) {
+    markRows({0});
+    const auto before = column("SELECT Is_Selected FROM KVR_25 ORDER BY rowid");
+    g->state().currentSection = 300;  // beyond what the scales' link can carry
+    clearMessages();
+    bool dialog = false;
+    auto driver = std::make_unique<ModalDriver>("frmDownLoad", [&dialog](QDialog* d) {
+        dialog = true;
+        d->reject();
+    });
+    g->w().button("cmdSendAll")->click();
+    EXPECT_FALSE(dialog);
+    ASSERT_EQ(messagesShown().size(), 1u);
+    EXPECT_EQ(messagesShown()[0], QString::fromStdString(g->text("msgbox", "storeOverflow")).arg(1).arg(300).toStdString());
+    for (auto& s : scales) EXPECT_TRUE(s->file("25").empty());
+    EXPECT_EQ(column("SELECT Is_Selected FROM KVR_25 ORDER BY rowid"), before);
+    EXPECT_TRUE(g->enabled("cmdSendAll"));
+}
+
 class RefusingScaleGui : public MainTransfersGui {
     bool refuse(const std::string& a) const override { return a == "127.0.0.3"; }
 };
