@@ -14,6 +14,7 @@
 
 #include "codec/plu_record.h"
 #include "codec/small_records.h"
+#include "store/batch_pipeline.h"
 #include "store/codec_sources.h"
 #include "store/fatal_error.h"
 #include "store/mirror_code_page.h"
@@ -364,47 +365,81 @@ void exportPluRecords(Database& db, const MirrorRecordFile& f, DurableFile& out,
                       Progress& p, MirrorReport& report) {
     if (!o.env) throw FatalError(f.file, 0, "no codec settings for the PLU records");
     RowMapper<codec::PluRow> map(db, f.table, codec::pluColumns());
-    DbInheritance inherit(db);
-    DbFlexi flexi(db);
+    // Rows are read and written a batch at a time while the batch between is packed on a second
+    // thread, with the lookups read once so that it asks no statement.
+    CodecSourcesSnapshot sources(db);
     codec::CodecEnvironment env = *o.env;
-    env.inheritance = &inherit;
-    env.flexiBarcodes = &flexi;
-    codec::EncoderContext ctx(env);
+    env.inheritance = &sources;
+    env.flexiBarcodes = &sources;
+    ThreadCodecEnvironment encoderEnv(env);
+    codec::EncoderContext ctx(encoderEnv.env());
     ctx.remembered.clearKey();
+    struct Batch {
+        std::vector<codec::PluRow> rows;
+        std::vector<codec::Bytes> before;                  // the record each row had
+        std::vector<std::optional<codec::Status>> failed;  // set where the encoder refused the row
+        size_t size = 0;
+    };
+    constexpr size_t kBatch = 256;
     auto st = db.prepare(map.selectSql());
-    codec::PluRow row;
-    while (st->step()) {
-        map.read(*st, row);
-        codec::Bytes before = row.KVRBinData;
-        codec::Status s = codec::encodePluRecord(ctx, row, false);
-        if (!s.ok() || !row.KVRBinData || !recordFits(f, *row.KVRBinData)) {
-            PluPackProblem problem;
-            problem.PLU_No = row.PLU_No;
-            problem.ST_No = row.ST_No;
-            if (s.ok()) {
-                problem.error.fault = codec::Fault::RecordTooShort;
-                problem.error.column = "KVRBinData";
-                problem.reason = "the record has no valid length";
-            } else {
-                problem.error = s.error();
-                problem.reason = s.message();
+    bool more = true;  // a finished statement is never stepped again: it would start over
+    auto fill = [&](Batch& b) -> bool {
+        b.size = 0;
+        while (b.size < kBatch && more && (more = st->step())) {
+            if (b.rows.size() <= b.size) {
+                b.rows.emplace_back();
+                b.before.emplace_back();
+                b.failed.emplace_back();
             }
-            problem.column = problem.error.column;
-            problem.hasLastGoodRecord = before && recordFits(f, *before);
-            if (problem.hasLastGoodRecord) {
-                // Asked about through confirmKeptRecords, they are the caller's to show.
-                if (!o.confirmKeptRecords)
-                    report.warnings.push_back(pluName(row) + ": " + problem.reason + "; its last record was kept");
-                row.KVRBinData = before;
-            } else {
-                row.KVRBinData = placeholderRecord(f);
-            }
-            report.problems.push_back(std::move(problem));
+            map.read(*st, b.rows[b.size]);
+            ++b.size;
         }
-        out.write(row.KVRBinData->data(), row.KVRBinData->size());
-        p.step();
-        p.checkpoint();
-    }
+        return b.size > 0;
+    };
+    auto pack = [&](Batch& b) {
+        for (size_t i = 0; i < b.size; ++i) {
+            b.before[i] = b.rows[i].KVRBinData;
+            codec::Status s = codec::encodePluRecord(ctx, b.rows[i], false);
+            if (s.ok())
+                b.failed[i].reset();
+            else
+                b.failed[i] = std::move(s);
+        }
+    };
+    auto write = [&](Batch& b) {
+        for (size_t i = 0; i < b.size; ++i) {
+            codec::PluRow& row = b.rows[i];
+            const codec::Bytes& before = b.before[i];
+            if (b.failed[i] || !row.KVRBinData || !recordFits(f, *row.KVRBinData)) {
+                PluPackProblem problem;
+                problem.PLU_No = row.PLU_No;
+                problem.ST_No = row.ST_No;
+                if (!b.failed[i]) {
+                    problem.error.fault = codec::Fault::RecordTooShort;
+                    problem.error.column = "KVRBinData";
+                    problem.reason = "the record has no valid length";
+                } else {
+                    problem.error = b.failed[i]->error();
+                    problem.reason = b.failed[i]->message();
+                }
+                problem.column = problem.error.column;
+                problem.hasLastGoodRecord = before && recordFits(f, *before);
+                if (problem.hasLastGoodRecord) {
+                    // Asked about through confirmKeptRecords, they are the caller's to show.
+                    if (!o.confirmKeptRecords)
+                        report.warnings.push_back(pluName(row) + ": " + problem.reason + "; its last record was kept");
+                    row.KVRBinData = before;
+                } else {
+                    row.KVRBinData = placeholderRecord(f);
+                }
+                report.problems.push_back(std::move(problem));
+            }
+            out.write(row.KVRBinData->data(), row.KVRBinData->size());
+            p.step();
+            p.checkpoint();
+        }
+    };
+    pipelineBatches<Batch>(fill, pack, write);
 }
 
 // A PLU that could not be packed and has no last good record cannot be written without loss.
@@ -607,8 +642,9 @@ size_t recordLength(const std::string& path, const std::string& data, size_t pos
     return len;
 }
 
-// The start's way with the PLUs: each row is made once, from its keys and its unpacked record,
-// one row in memory at a time.
+// The start's way with the PLUs: each row is made once, from its keys and its unpacked record, a
+// batch at a time: the records of one batch are unpacked on a second thread while the rows of the
+// batch before go into the table.
 void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys, const MirrorOptions& o, Progress& p) {
     if (!o.env) throw FatalError("tempplukvr.txt", 0, "no codec settings for the PLU records");
     const std::string path = folder + "/tempplukvr.txt";
@@ -616,34 +652,61 @@ void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys,
     std::string data;
     if (fs::exists(path, ec)) data = readWhole(path);
     RowMapper<codec::PluRow> map(db, "KVR_25", codec::pluColumns());
-    DbInheritance inherit(db);
-    DbFlexi flexi(db);
+    // The lookups read once, so the second thread asks no statement.
+    CodecSourcesSnapshot sources(db);
     codec::CodecEnvironment env = *o.env;
-    env.inheritance = &inherit;
-    env.flexiBarcodes = &flexi;
+    env.inheritance = &sources;
+    env.flexiBarcodes = &sources;
+    ThreadCodecEnvironment decoderEnv(env);
     auto& insert = db.cached(map.insertSql());
     const codec::PluRow fresh = map.freshRow();
-    codec::PluRow row;
+    struct Batch {
+        std::vector<codec::PluRow> rows;
+        std::vector<size_t> at, length;  // where each row's record lies in the file
+        size_t first = 0, size = 0;      // the batch's rows among the keys
+    };
+    constexpr size_t kBatch = 256;
     size_t pos = 0;
-    long n = 0;
-    for (const auto& k : keys.rows) {
-        ++n;
-        row = fresh;
-        row.PLU_No = k[0];
-        row.ST_No = k[1];
-        row.SECT_No = k[2];
-        if (!data.empty()) {
-            const size_t len = recordLength(path, data, pos, n, keys.rows.size(), "PLUs");
-            row.KVRBinData.emplace(reinterpret_cast<const uint8_t*>(data.data() + pos),
-                                   reinterpret_cast<const uint8_t*>(data.data() + pos + len));
-            pos += len;
-            codec::decodePluRecord(env, row);
+    size_t next = 0;
+    auto fill = [&](Batch& b) -> bool {
+        b.first = next;
+        b.size = std::min(kBatch, keys.rows.size() - next);
+        b.rows.resize(b.size);
+        b.at.resize(b.size);
+        b.length.resize(b.size);
+        for (size_t i = 0; i < b.size; ++i) {
+            if (data.empty()) continue;
+            const long n = static_cast<long>(next + i + 1);
+            b.length[i] = recordLength(path, data, pos, n, keys.rows.size(), "PLUs");
+            b.at[i] = pos;
+            pos += b.length[i];
         }
-        map.bind(insert, row);  // every column, each row
-        insert.step();
-        insert.resetKeepingBindings();
-        p.step();
-    }
+        next += b.size;
+        return b.size > 0;
+    };
+    auto unpack = [&](Batch& b) {
+        for (size_t i = 0; i < b.size; ++i) {
+            const auto& k = keys.rows[b.first + i];
+            codec::PluRow& row = b.rows[i];
+            row = fresh;
+            row.PLU_No = k[0];
+            row.ST_No = k[1];
+            row.SECT_No = k[2];
+            if (data.empty()) continue;
+            const auto* r = reinterpret_cast<const uint8_t*>(data.data() + b.at[i]);
+            row.KVRBinData.emplace(r, r + b.length[i]);
+            codec::decodePluRecord(decoderEnv.env(), row);
+        }
+    };
+    auto write = [&](Batch& b) {
+        for (size_t i = 0; i < b.size; ++i) {
+            map.bind(insert, b.rows[i]);  // every column, each row
+            insert.step();
+            insert.resetKeepingBindings();
+            p.step();
+        }
+    };
+    pipelineBatches<Batch>(fill, unpack, write);
 }
 
 // A record file of any table but KVR_25, whose rows insertPluRows makes whole.

@@ -1,13 +1,10 @@
 #include "store/plu_pack.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <optional>
-#include <thread>
 
-#include "codec/code_page.h"
 #include "codec/plu_columns.h"
 #include "codec/plu_record.h"
+#include "store/batch_pipeline.h"
 #include "store/codec_sources.h"
 #include "store/row_mapper.h"
 
@@ -15,9 +12,7 @@ namespace brindale::store {
 
 namespace {
 
-// Rows read, encoded and written a batch at a time: while the encoder works on one batch on its
-// own thread, the connection's thread writes the batch before and reads the batch after. Only the
-// connection's thread touches the database.
+// Rows read, encoded and written a batch at a time (see pipelineBatches).
 constexpr size_t kBatch = 256;
 
 struct Batch {
@@ -25,74 +20,6 @@ struct Batch {
     std::vector<codec::PluRow> rows;
     std::vector<std::optional<codec::Status>> failed;  // set where the encoder refused the row
     size_t size = 0;
-};
-
-// One encoder thread fed one batch at a time, in row order, so that the settings the encoder
-// remembers from row to row are those of a single pass.
-class EncoderThread {
-public:
-    EncoderThread(const codec::CodecEnvironment& env, bool inherit) : ctx_(env), inherit_(inherit) {
-        // A code page converts through its own iconv state: the encoder's thread has its own.
-        if (env.codePage) {
-            codePage_.emplace(env.codePage->name());
-            ctx_.env.codePage = &*codePage_;
-        }
-        ctx_.remembered.clearKey();
-        thread_ = std::thread([this] { loop(); });
-    }
-    ~EncoderThread() {
-        {
-            std::lock_guard lock(m_);
-            stop_ = true;
-        }
-        cv_.notify_all();
-        thread_.join();
-    }
-    void start(Batch& b) {
-        std::lock_guard lock(m_);
-        job_ = &b;
-        done_ = false;
-        cv_.notify_all();
-    }
-    void wait() {
-        std::unique_lock lock(m_);
-        cv_.wait(lock, [this] { return done_; });
-    }
-
-private:
-    void loop() {
-        for (;;) {
-            Batch* b = nullptr;
-            {
-                std::unique_lock lock(m_);
-                cv_.wait(lock, [this] { return stop_ || job_ != nullptr; });
-                if (stop_) return;
-                b = job_;
-            }
-            for (size_t i = 0; i < b->size; ++i) {
-                codec::Status s = codec::encodePluRecord(ctx_, b->rows[i], inherit_);
-                if (s.ok())
-                    b->failed[i].reset();
-                else
-                    b->failed[i] = std::move(s);
-            }
-            {
-                std::lock_guard lock(m_);
-                job_ = nullptr;
-                done_ = true;
-            }
-            cv_.notify_all();
-        }
-    }
-    std::optional<codec::CodePage> codePage_;
-    codec::EncoderContext ctx_;
-    const bool inherit_;
-    std::mutex m_;
-    std::condition_variable cv_;
-    Batch* job_ = nullptr;
-    bool done_ = true;
-    bool stop_ = false;
-    std::thread thread_;
 };
 
 }  // namespace
@@ -124,7 +51,7 @@ PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, con
     // the pass reads, and only rows the pass has left behind.
     auto read = db.prepare(map.selectSql(where));
     bool more = true;
-    auto fill = [&](Batch& b) {
+    auto fill = [&](Batch& b) -> bool {
         b.size = 0;
         while (b.size < kBatch && more) {
             if (!read->step()) {
@@ -141,6 +68,7 @@ PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, con
             map.read(*read, b.rows[b.size]);
             ++b.size;
         }
+        return b.size > 0;
     };
     auto write = [&](Batch& b) {
         for (size_t i = 0; i < b.size; ++i) {
@@ -163,20 +91,19 @@ PluPackResult packPluRows(Database& db, const codec::CodecEnvironment& base, con
             ++result.packed;
         }
     };
-    {
-        Batch batches[2];  // outlives the encoder, which may still hold one when a read fails
-        EncoderThread encoder(env, inherit);
-        int at = 0;
-        fill(batches[at]);
-        while (batches[at].size > 0) {
-            encoder.start(batches[at]);
-            Batch& next = batches[at ^ 1];
-            fill(next);  // read ahead while the encoder works
-            encoder.wait();
-            write(batches[at]);
-            at ^= 1;
+    ThreadCodecEnvironment encoderEnv(env);
+    codec::EncoderContext ctx(encoderEnv.env());
+    ctx.remembered.clearKey();
+    auto encode = [&](Batch& b) {
+        for (size_t i = 0; i < b.size; ++i) {
+            codec::Status s = codec::encodePluRecord(ctx, b.rows[i], inherit);
+            if (s.ok())
+                b.failed[i].reset();
+            else
+                b.failed[i] = std::move(s);
         }
-    }
+    };
+    pipelineBatches<Batch>(fill, encode, write);
     tx.commit();
     return result;
 }
