@@ -9,6 +9,7 @@
 #include <QPdfWriter>
 #include <QSaveFile>
 #include <algorithm>
+#include <cmath>
 
 #include "name_lines.h"
 
@@ -22,7 +23,22 @@ QFont fontOf(const char* family, double points) {
     QFont f(QString::fromLatin1(family));
     f.setPointSizeF(points);
     f.setStyleHint(QFont::Serif);
+    // Unhinted outlines scale with the resolution, so text is as wide on paper as on screen.
+    f.setHintingPreference(QFont::PreferNoHinting);
     return f;
+}
+
+// Names are measured on one device of high resolution whatever the target, so that a name breaks
+// at the same character on the window, the printer, the PDF and the PNG.
+const QPaintDevice& measuringDevice() {
+    static QImage img = [] {
+        QImage i(1, 1, QImage::Format_RGB32);
+        const int dpm = int(std::lround(1200 / 0.0254));
+        i.setDotsPerMeterX(dpm);
+        i.setDotsPerMeterY(dpm);
+        return i;
+    }();
+    return img;
 }
 
 QFont numberFont() { return fontOf(kNameFont, kNumberPoints); }
@@ -67,7 +83,8 @@ void drawPresetGrid(QPainter& p, const Layout& l, const QColor& shadow) {
     p.restore();
 }
 
-std::vector<std::string> keyLines(const QPaintDevice& d, const Layout& l, const KeyPages& pages) {
+std::vector<std::string> keyLines(const Layout& l, const KeyPages& pages) {
+    const QPaintDevice& d = measuringDevice();
     const QFontMetricsF fm(fontOf(kNameFont, kNamePoints), const_cast<QPaintDevice*>(&d));
     const double perCm = pixelsPerCmX(d);
     return nameLines({pages[0].name, pages[1].name, pages[2].name}, l.spacing - kTextInset,
@@ -84,7 +101,7 @@ void drawPresetKeys(QPainter& p, const Layout& l, const std::vector<KeyPages>& k
     p.setFont(fontOf(kNameFont, kNamePoints));
     const int n = std::min<int>(l.keyNum, static_cast<int>(keys.size()));
     for (int k = 1; k <= n; ++k) {
-        const auto lines = keyLines(*p.device(), l, keys[static_cast<size_t>(k - 1)]);
+        const auto lines = keyLines(l, keys[static_cast<size_t>(k - 1)]);
         for (size_t i = 0; i < lines.size(); ++i)
             textAt(p, cm, cellLeft(l, k) + kTextInset, cellTop(l, k) + kLineTops[i],
                    QString::fromStdString(lines[i]));

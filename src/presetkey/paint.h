@@ -28,8 +28,8 @@ void drawPresetGrid(QPainter& p, const Layout& l, const QColor& shadow);
 // DrawPresetKeys: the grid and up to three name lines in each key, `keys` by key - 1.
 void drawPresetKeys(QPainter& p, const Layout& l, const std::vector<KeyPages>& keys, const QColor& shadow);
 
-// The lines of one key as the painting breaks them on this device.
-std::vector<std::string> keyLines(const QPaintDevice& d, const Layout& l, const KeyPages& pages);
+// The lines of one key as the painting breaks them, the same on every device.
+std::vector<std::string> keyLines(const Layout& l, const KeyPages& pages);
 
 inline constexpr int kPngDpi = 300;
 QColor defaultShadow();

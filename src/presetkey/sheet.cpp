@@ -4,6 +4,7 @@
 
 #include "codec/text_block.h"
 #include "key_value.h"
+#include "plu/plu_list_query.h"
 
 namespace brindale::presetkey {
 
@@ -182,6 +183,8 @@ FillResult autoFill(store::Database& db, const SheetRef& sheet, int store, FillS
     } else if (scope == FillScope::MainGroup) {
         groups.push_back(number);
     }
+    // The PLU list's index on (ST_No, PLU_No) gives the first PLUs of a store without a sort.
+    plu::ensurePluListIndex(db);
     store::Transaction tx(db);
     clearPresetKeys(db, sheet);
     // Only as many PLUs as keys are read: the rest would be dropped anyway.
@@ -215,6 +218,7 @@ FillResult autoFill(store::Database& db, const SheetRef& sheet, int store, FillS
 }
 
 std::vector<int64_t> storePluIds(store::Database& db, int store) {
+    plu::ensurePluListIndex(db);
     auto st = db.prepare("SELECT rowid FROM KVR_25 WHERE ST_No=?1 ORDER BY PLU_No");
     st->bind(1, store::Value(store));
     std::vector<int64_t> ids;

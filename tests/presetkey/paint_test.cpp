@@ -125,10 +125,10 @@ TEST(PresetPaint, NamesStandOnTheirLinesAndAnEmptyKeyShowsNone) {
     EXPECT_EQ(darkIn(img, band(2, 1)), 0);
     EXPECT_EQ(darkIn(img, band(3, 0)), 0);
 
-    auto lines = pk::keyLines(img, l, keys[0]);
+    auto lines = pk::keyLines(l, keys[0]);
     EXPECT_EQ(lines, (std::vector<std::string>{"Apple", "Pear", "Fig"}));
     pk::KeyPages longName{pk::Page{1, "Strawberry yoghurt with cream", false}, pk::Page{2, "Pear", false}, pk::Page{}};
-    auto broken = pk::keyLines(img, l, longName);
+    auto broken = pk::keyLines(l, longName);
     ASSERT_EQ(broken.size(), 3u);
     EXPECT_EQ(broken[0] + broken[1] + broken[2], std::string("Strawberry yoghurt with cream").substr(0, broken[0].size() + broken[1].size() + broken[2].size()));
     EXPECT_NE(broken[2], "Pear");  // the long name took all three lines

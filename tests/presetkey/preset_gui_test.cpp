@@ -123,6 +123,11 @@ void fillThreePages(QDialog* d, int64_t* pluNo, std::string* pluName) {
     auto* grid = d->findChild<QTableView*>("GridBrowse");
     ASSERT_NE(grid, nullptr);
     ASSERT_TRUE(grid->isVisible());
+    QApplication::processEvents();
+    // Every PLU of the store is listed, but only the rows in view have been read.
+    EXPECT_EQ(put->browseModel()->rowCount(), 150);
+    EXPECT_GT(put->browseModel()->rowsRead(), 0);
+    EXPECT_LT(put->browseModel()->rowsRead(), 80);
     const QModelIndex second = grid->model()->index(1, 0);
     QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, grid->visualRect(second).center());
     *pluNo = PresetGui::edit(d, "txtPLUNo")->text().toLongLong();
