@@ -29,6 +29,7 @@
 #include "transfer/ui/main_transfers.h"
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
+#include "presetkey/ui/preset_windows.h"
 
 namespace brindale::shell {
 
@@ -87,6 +88,8 @@ int Application::start() {
         auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
         if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
         new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
+        // Preset key sheets: the sheet of the machine selected in the tree.
+        main_->setHandler("menuEditPresetKey", [this] { presetkey::ui::openPresetKeys(*main_); });
         // The transfer history, modal over the main window, in the language of the moment.
         main_->setHandler("menuTransferLog", [this] {
             if (!state_.Conn) return;

@@ -19,6 +19,10 @@ store::Bytes recordOf(const std::string& code, uint32_t number) {
     const size_t size = fixed ? fixed : 24;
     store::Bytes r(size, 0x20);
     for (int i = 3; i >= 0; --i, number /= 100) r[size_t(i)] = uint8_t(((number / 10) % 10) << 4 | (number % 10));
+    if (code == "41") {  // a keyboard takes only the shape of a real key record
+        std::fill(r.begin() + 4, r.end(), uint8_t(0));
+        r[5] = 0x2D;
+    }
     if (!fixed) {
         r[4] = uint8_t(size >> 8);
         r[5] = uint8_t(size);

@@ -17,6 +17,31 @@ namespace proto = transfer::proto;
 using proto::Cmd;
 using proto::ErrCode;
 
+namespace {
+
+bool packedDigits(const uint8_t* b, size_t n) {
+    for (size_t i = 0; i < n; ++i)
+        if ((b[i] >> 4) > 9 || (b[i] & 0x0F) > 9) return false;
+    return true;
+}
+
+// What a scale's keyboard refuses of a preset key record (its length is checked before).
+std::string presetKeyFault(const uint8_t* r, size_t size) {
+    if (size < 45) return {};
+    if (r[4] != 0x00 || r[5] != 0x2D) return "preset key: bytes 4 and 5 are not 00 2D";
+    const uint8_t status = r[10];
+    if (status != 0 && status != 1 && status != 2 && status != 8 && status != 128 && status != 240)
+        return "preset key: kind " + std::to_string(status) + " in byte 10 is not known";
+    for (size_t i = 11; i < 45; ++i)
+        if (r[i] != 0) return "preset key: byte " + std::to_string(i) + " is not zero";
+    if (!packedDigits(r, 4)) return "preset key: key address is not packed decimal";
+    if ((status == 0 || status == 2) && !packedDigits(r + 6, 4))
+        return "preset key: key value of kind " + std::to_string(status) + " is not packed decimal";
+    return {};
+}
+
+}  // namespace
+
 EmulatedScale::EmulatedScale(ScaleOptions options) : options_(std::move(options)) {}
 
 EmulatedScale::~EmulatedScale() { stop(); }
@@ -247,6 +272,7 @@ void EmulatedScale::serve(net::Socket sock) {
                 const auto& r = batch.records[i];
                 std::string e = transfer::checkRecord(batch.code, r.data, r.size);
                 if (e.empty() && r.size < 4) e = "record too short for a record number";
+                if (e.empty() && batch.code == "41") e = presetKeyFault(r.data, r.size);
                 if (!e.empty()) {
                     bad = true;
                     if (!refuse(ErrCode::BadRecord, uint32_t(i), e)) break;
