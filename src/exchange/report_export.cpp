@@ -97,7 +97,7 @@ ExportResult exportReport(store::Database& db, const ExportRequest& req,
                           const std::function<void(long, long)>& progress) {
     ExportResult result;
     if (!req.layout) throw ExportError("no report chosen");
-    decodeTable(db, *req.layout, req.settings);
+    if (req.decodeFirst) decodeTable(db, *req.layout, req.settings);
     if (req.chosen.empty()) return result;
 
     const std::vector<int> positions = chosenPositions(req.columns, req.chosen);

@@ -41,6 +41,7 @@ struct ExportRequest {
     bool heading = false;
     std::string path;
     DecodeSettings settings;
+    bool decodeFirst = true;  // false: the caller has just decoded the table
 };
 
 struct ExportResult {

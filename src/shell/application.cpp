@@ -26,6 +26,7 @@
 #include "screens.h"
 #include "store/fatal_error.h"
 #include "plu/ui/plu_list.h"
+#include "exchange/ui/report_export_window.h"
 #include "transfer/ui/main_transfers.h"
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
@@ -87,6 +88,21 @@ int Application::start() {
         auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
         if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
         new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
+        // Sales totals: fetched from the store's scales through the main window's flow, charted
+        // and exported.
+        main_->setHandler("menuExportReport", [this] {
+            exchange::ui::ReportExportWindow w(
+                state_,
+                [this](const std::string& id, const std::function<void()>& after) {
+                    transfer::FlowContext ctx;
+                    ctx.identifiers = {id};
+                    transfer::FlowHooks hooks;
+                    hooks.after = after;
+                    transfer::ui::MainTransfers::of(*main_)->run(transfer::Flow::ReportUpload, ctx, hooks);
+                },
+                main_.get());
+            w.exec();
+        });
         // The transfer history, modal over the main window, in the language of the moment.
         main_->setHandler("menuTransferLog", [this] {
             if (!state_.Conn) return;
