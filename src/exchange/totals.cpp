@@ -268,21 +268,64 @@ TotalsFault::TotalsFault(std::string table, long row, size_t length, size_t need
                          " bytes, its layout needs " + std::to_string(needed)),
       table_(std::move(table)), row_(row), length_(length), needed_(needed) {}
 
+namespace {
+
+// The expanded fields and the bytes they reach, once per layout.
+struct Prepared {
+    std::vector<TotalsField> fields;
+    size_t needed = 0;
+};
+
+const Prepared& prepared(const TotalsLayout& layout) {
+    static const std::vector<Prepared> all = [] {
+        std::vector<Prepared> v;
+        for (const auto& l : totalsLayouts()) v.push_back({expandFields(l), bytesNeeded(l)});
+        return v;
+    }();
+    const size_t i = size_t(&layout - totalsLayouts().data());
+    if (i < all.size()) return all[i];
+    // A layout of the caller's own (tests): expanded on each call.
+    static thread_local Prepared other;
+    other = {expandFields(layout), bytesNeeded(layout)};
+    return other;
+}
+
+// The integer reading straight from the bytes: the same numbers the digit text gives.
+std::string integerOf(const uint8_t* p, size_t width, int columnSize) {
+    int64_t value;
+    switch (width) {
+    case 1: value = p[0]; break;
+    case 2: value = int16_t(uint16_t(p[0] << 8 | p[1])); break;
+    case 4: value = int32_t(uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]); break;
+    default: return readInteger(readHexField(p, 0, width - 1), columnSize);
+    }
+    std::string s = std::to_string(value);
+    if (columnSize > 0 && s.size() > size_t(columnSize)) s.erase(0, s.size() - size_t(columnSize));
+    return s;
+}
+
+// The decimal reading straight from the bytes: digits up to the first nibble above 9.
+std::string decimalOf(const uint8_t* p, size_t width) {
+    std::string s;
+    bool leading = true;
+    for (size_t i = 0; i < 2 * width; ++i) {
+        const int d = (i % 2 == 0) ? p[i / 2] >> 4 : p[i / 2] & 0x0F;
+        if (d > 9) break;
+        if (leading && d == 0) continue;
+        leading = false;
+        s.push_back(char('0' + d));
+    }
+    return s.empty() ? "0" : s;
+}
+
+}  // namespace
+
 std::vector<std::string> decodeRecord(const TotalsLayout& layout, const uint8_t* record, size_t length,
                                       const std::vector<int>& columnSizes, const DecodeSettings& settings,
                                       long row) {
-    const auto& fields = [&]() -> const std::vector<TotalsField>& {
-        // The expansion is the same on every call; keep one per layout.
-        static thread_local const TotalsLayout* cachedFor = nullptr;
-        static thread_local std::vector<TotalsField> cached;
-        if (cachedFor != &layout) {
-            cached = expandFields(layout);
-            cachedFor = &layout;
-        }
-        return cached;
-    }();
-    const size_t needed = bytesNeeded(layout);
-    if (length < needed || record == nullptr) throw TotalsFault(layout.table, row, length, needed);
+    const Prepared& prep = prepared(layout);
+    const auto& fields = prep.fields;
+    if (length < prep.needed || record == nullptr) throw TotalsFault(layout.table, row, length, prep.needed);
 
     std::vector<std::string> out;
     out.reserve(fields.size());
@@ -291,19 +334,19 @@ std::vector<std::string> decodeRecord(const TotalsLayout& layout, const uint8_t*
         const int size = n < columnSizes.size() ? columnSizes[n] : 0;
         switch (f.reading) {
         case Reading::Decimal:
-            out.push_back(readDecimal(readHexField(record, f.offset, f.offset + f.width - 1)));
+            out.push_back(decimalOf(record + f.offset, f.width));
             break;
         case Reading::Integer:
-            out.push_back(readInteger(readHexField(record, f.offset, f.offset + f.width - 1), size));
+            out.push_back(integerOf(record + f.offset, f.width, size));
             break;
         case Reading::Digits:
             out.push_back(readHexField(record, f.offset, f.offset + f.width - 1));
             break;
         case Reading::Hourly: {
             std::string text;
+            text.reserve(24 * 6);
             for (size_t hour = 0; hour < kHourRows; ++hour) {
-                const size_t at = f.offset + kHourRowBytes * hour;
-                std::string v = readInteger(readHexField(record, at, at + 3), 0);
+                std::string v = integerOf(record + f.offset + kHourRowBytes * hour, 4, 0);
                 if (v.size() >= 9) v = v.substr(v.size() - 8);
                 if (f.hourlyPlace >= 2) v = placeDecimals(v, settings.priceDecimals, settings.decimalSign);
                 text += v;

@@ -52,7 +52,7 @@ long decodeTable(store::Database& db, const TotalsLayout& layout, const DecodeSe
         const std::vector<std::string> texts = decodeRecord(layout, bytes, length, sizes, settings, row);
         sqlite3_reset(ws);
         for (size_t n = 0; n < texts.size(); ++n)
-            sqlite3_bind_text(ws, int(n + 1), texts[n].data(), int(texts[n].size()), SQLITE_TRANSIENT);
+            sqlite3_bind_text(ws, int(n + 1), texts[n].data(), int(texts[n].size()), SQLITE_STATIC);
         sqlite3_bind_int64(ws, layout.fieldCount + 1, rowid);
         if (sqlite3_step(ws) != SQLITE_DONE) db.fail(sql);
         if (progress) {
