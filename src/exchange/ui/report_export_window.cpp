@@ -318,11 +318,12 @@ void ReportExportWindow::commandOpen() {
 }
 
 void ReportExportWindow::refreshChart() {
-    chart_->removeAllSeries();
-    for (QAbstractAxis* a : chart_->axes()) {
-        chart_->removeAxis(a);
-        delete a;
-    }
+    // A new chart each time: axes removed from a shown chart leave their labels painted.
+    QChart* old = chart_;
+    chart_ = new QChart();
+    chart_->legend()->hide();
+    chartView_->setChart(chart_);
+    delete old;
     bars_.clear();
     const int column = comboChartColumn_->currentData().isValid() ? comboChartColumn_->currentData().toInt() : -1;
     if (state_.Conn && column >= 0) bars_ = chartBars(*state_.Conn, layout(), column, settings());
@@ -346,7 +347,8 @@ void ReportExportWindow::refreshChart() {
     series->attachAxis(x);
     auto* y = new QValueAxis();
     y->setRange(0, top > 0 ? top * 1.1 : 1);
-    y->setLabelFormat("%.0f");
+    y->applyNiceNumbers();
+    y->setLabelFormat(top < 10 ? "%.2f" : "%.0f");
     chart_->addAxis(y, Qt::AlignLeft);
     series->attachAxis(y);
 }
