@@ -8,6 +8,7 @@
 #include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTableWidget>
 #include <QTimer>
 #include <fstream>
 #include <map>
@@ -373,8 +374,11 @@ protected:
     std::unique_ptr<GuiApp> g;
     std::vector<std::unique_ptr<scaleemu::EmulatedScale>> scales;
     QTimer closer;
+    std::map<QString, QString> outcomes;  // the progress window's state of each scale
     // PLUs held by each scale; 9000s only on the scale of store 2.
     const std::vector<std::vector<uint64_t>> plus = {{11, 12, 13}, {21, 22}, {9001, 9002, 9003, 9004}};
+
+    virtual bool refuse(const std::string&) const { return false; }
 
     void SetUp() override {
         answerYes();
@@ -383,7 +387,7 @@ protected:
         ASSERT_EQ(g->start(), 0);
         std::string error;
         scales = scaleemu::startScales({"127.0.0.2", "127.0.0.3", "127.0.0.4"},
-                                       [](const std::string&) { return false; }, error);
+                                       [this](const std::string& a) { return refuse(a); }, error);
         ASSERT_EQ(scales.size(), 3u) << error;
         for (size_t s = 0; s < 3; ++s)
             for (uint64_t n : plus[s]) {
@@ -397,11 +401,16 @@ protected:
         to.replyTimeout = std::chrono::milliseconds(5000);
         to.scaleTimeout = std::chrono::milliseconds(20000);
         g->w().KVRDataTrans1().setOptions(to);
-        QObject::connect(&closer, &QTimer::timeout, [] {
+        QObject::connect(&closer, &QTimer::timeout, [this] {
             QWidget* m = QApplication::activeModalWidget();
             if (!m || m->objectName() != "frmTransfer") return;
             auto* close = m->findChild<QPushButton*>("cmdClose");
-            if (close && close->isEnabled()) close->click();
+            if (!close || !close->isEnabled()) return;
+            // What the summary tells of each scale, by address.
+            auto* grid = m->findChild<QTableWidget*>("gridScales");
+            for (int r = 0; grid && r < grid->rowCount(); ++r)
+                outcomes[grid->item(r, 1)->text().simplified().remove(' ')] = grid->item(r, 2)->text();
+            close->click();
         });
         closer.start(20);
         // The report is a command of the data view; the tree shows store 2's data, and the fetch
@@ -468,6 +477,10 @@ TEST_F(ReportEndToEnd, EveryReportFetchedFromStoreOneAndExported) {
     g->trigger("menuExportReport");
     ASSERT_TRUE(driver.seen());
     ASSERT_TRUE(checked);
+    // Only store 1's scales were asked.
+    std::set<QString> asked;
+    for (const auto& [address, state] : outcomes) asked.insert(address);
+    EXPECT_EQ(asked, (std::set<QString>{"127.0.0.2", "127.0.0.3"}));
 
     // PLU totals: one line per PLU of store 1's scales (plus the heading), none of store 2.
     const auto& p = files["26"];
@@ -514,6 +527,37 @@ TEST_F(ReportEndToEnd, EveryReportFetchedFromStoreOneAndExported) {
     EXPECT_EQ(files["59"].size(), 1u + 5u);
     EXPECT_EQ(files["21"].size(), 1u);  // the scales hold no departments: the heading alone
     EXPECT_EQ(files["24"].size(), 1u);
+}
+
+// A scale of store 1 that refuses: the progress window tells it, the operator still answers Yes,
+// and the file holds what the other scale sent.
+class ReportEndToEndOneRefuses : public ReportEndToEnd {
+protected:
+    bool refuse(const std::string& a) const override { return a == "127.0.0.3"; }
+};
+
+TEST_F(ReportEndToEndOneRefuses, TheFileHoldsTheScalesThatAnswered) {
+    std::string file = g->dir->path("plu.txt");
+    ModalDriver driver("frmExportReportData", [&](QDialog* d) {
+        auto* w = static_cast<ReportExportWindow*>(d);
+        w->setFileChooser([&](bool) { return QString::fromStdString(file); });
+        d->findChild<QComboBox*>("comboReport")->setCurrentIndex(2);
+        d->findChild<QPushButton*>("cmdUpload")->click();
+        d->findChild<QPushButton*>("cmdAddAll")->click();
+        d->findChild<QPushButton*>("cmdExport")->click();
+        d->reject();
+    });
+    g->trigger("menuExportReport");
+    ASSERT_TRUE(driver.seen());
+    const auto rows = lines(slurp(file));
+    ASSERT_EQ(rows.size(), 1u + 3u);
+    std::set<std::string> numbers;
+    for (size_t i = 1; i < rows.size(); ++i) numbers.insert(rows[i][0]);
+    EXPECT_EQ(numbers, (std::set<std::string>{"11", "12", "13"}));
+    ASSERT_EQ(outcomes.size(), 2u);  // store 1's two scales, none of store 2
+    ASSERT_TRUE(outcomes.count("127.0.0.3"));
+    EXPECT_NE(outcomes["127.0.0.3"], outcomes["127.0.0.2"]);
+    EXPECT_FALSE(outcomes["127.0.0.3"].isEmpty());
 }
 
 }  // namespace
