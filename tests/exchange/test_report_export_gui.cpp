@@ -147,6 +147,7 @@ protected:
 
 TEST_F(ReportWindow, LoadShowsCaptionsListsAndKeepsTheListsOff) {
     EXPECT_EQ(w->objectName(), "frmExportReportData");
+    EXPECT_EQ(w->windowTitle().toStdString(), g->text("frmMain_Menu", "menuExportReport"));
     for (const char* k : {"labReport", "labSeperator", "labListItem", "labSelectItem", "labWaiting"})
         EXPECT_EQ(w->findChild<QLabel*>(k)->text().toStdString(), g->text("frm_ExportReportData", k)) << k;
     for (const char* k : {"cmdUpload", "cmdExport", "cmdClose", "cmdAdd", "cmdDelete", "cmdAddAll", "cmdDeleteAll",
