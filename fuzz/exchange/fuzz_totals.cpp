@@ -13,11 +13,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 3) return 0;
     const auto& layouts = totalsLayouts();
     const TotalsLayout& layout = layouts[data[0] % layouts.size()];
-    const std::vector<int> sizes(size_t(layout.fieldCount), data[1] % 16);
+    const std::vector<int> sizes(size_t(layout.fieldCount), data[1] % 16);  // 0: no cut
     DecodeSettings s;
     s.priceDecimals = data[2] % 6;
     s.decimalSign = (data[2] & 0x80) ? "," : ".";
-    const std::vector<uint8_t> record(data + 3, data + size);  // its own buffer, so ASan sees its end
+    std::vector<uint8_t> record(data + 3, data + size);  // its own buffer, so ASan sees its end
+    // Inputs with bit 6 of their second byte are stretched to the layout's length by repeating
+    // their bytes, so that whole records (2,184 bytes for the store total) come from short inputs.
+    if ((data[1] & 0x40) && !record.empty()) {
+        const size_t n = record.size();
+        while (record.size() < bytesNeeded(layout)) record.push_back(record[record.size() % n]);
+    }
     try {
         const auto texts = decodeRecord(layout, record.data(), record.size(), sizes, s);
         if (texts.size() != size_t(layout.fieldCount)) __builtin_trap();

@@ -9,7 +9,6 @@
 #include <fstream>
 #include <map>
 #include <sstream>
-#include <unistd.h>
 
 #include "store/database.h"
 #include "store/schema.h"
