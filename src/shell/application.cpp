@@ -26,6 +26,7 @@
 #include "screens.h"
 #include "store/fatal_error.h"
 #include "plu/ui/plu_list.h"
+#include "exchange/ui/report_export_window.h"
 #include "transfer/ui/main_transfers.h"
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
@@ -90,6 +91,21 @@ int Application::start() {
         new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
         // Preset key sheets: the sheet of the machine selected in the tree.
         main_->setHandler("menuEditPresetKey", [this] { presetkey::ui::openPresetKeys(*main_); });
+        // Sales totals: fetched from the store's scales through the main window's flow, charted
+        // and exported.
+        main_->setHandler("menuExportReport", [this] {
+            exchange::ui::ReportExportWindow w(
+                state_,
+                [this](const std::string& id, const std::function<void()>& after) {
+                    transfer::FlowContext ctx;
+                    ctx.identifiers = {id};
+                    transfer::FlowHooks hooks;
+                    hooks.after = after;
+                    transfer::ui::MainTransfers::of(*main_)->run(transfer::Flow::ReportUpload, ctx, hooks);
+                },
+                main_.get());
+            w.exec();
+        });
         // The transfer history, modal over the main window, in the language of the moment.
         main_->setHandler("menuTransferLog", [this] {
             if (!state_.Conn) return;

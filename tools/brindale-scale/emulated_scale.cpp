@@ -350,7 +350,7 @@ void EmulatedScale::serve(net::Socket sock) {
             std::vector<Record> records;
             if (transfer::isTotalsFile(req.code)) {
                 std::lock_guard<std::mutex> lock(filesMutex_);
-                records = makeTotals(req.code, files_);
+                records = makeTotals(req.code, files_, options_.totalsCorners);
             } else if (transfer::isOutgoingFile(req.code)) {
                 std::lock_guard<std::mutex> lock(filesMutex_);
                 auto it = files_.find(req.code);

@@ -30,6 +30,7 @@ struct ScaleOptions {
     int64_t cutAfter = -1;     // close the connection after this many records of a file
     bool hang = false;         // answer the greeting, then never answer again
     bool garbage = false;      // answer every frame with bytes that are no frame
+    bool totalsCorners = false;  // each totals file ends with a record of the decoders' corners
     std::chrono::milliseconds idleTimeout{60000};  // drop a silent client after this
     size_t maxConnections = 32;
     size_t batchBytes = 256 * 1024;

@@ -18,7 +18,7 @@ namespace {
 void usage(FILE* f) {
     std::fputs(
         "usage: brindale-scale [--address A] [--port P] [--name N] [--storage DIR]\n"
-        "                      [--refuse] [--cut-after N] [--hang] [--garbage] [--idle-timeout MS]\n"
+        "                      [--refuse] [--cut-after N] [--hang] [--garbage] [--totals-corners] [--idle-timeout MS]\n"
         "  --address A       IPv4 address to listen on (default 127.0.0.1)\n"
         "  --port P          TCP port (default 7450; 0 picks a free one)\n"
         "  --name N          name the scale gives in its greeting (default EMU)\n"
@@ -27,6 +27,7 @@ void usage(FILE* f) {
         "  --cut-after N     close the connection after N records of a file\n"
         "  --hang            answer the greeting, then nothing more\n"
         "  --garbage         answer every frame with bytes that are no frame\n"
+        "  --totals-corners  end each totals file with a record of the decoders' corners\n"
         "  --idle-timeout MS drop a client silent this long (default 60000)\n",
         f);
 }
@@ -62,6 +63,7 @@ int main(int argc, char** argv) {
         else if (a == "--refuse") o.refuse = true;
         else if (a == "--hang") o.hang = true;
         else if (a == "--garbage") o.garbage = true;
+        else if (a == "--totals-corners") o.totalsCorners = true;
         else if (a == "--cut-after") {
             if (!number(value(), 0, 1LL << 40, n)) { std::fprintf(stderr, "brindale-scale: bad record count\n"); return 2; }
             o.cutAfter = n;

@@ -43,7 +43,7 @@ const std::vector<Layout>& layouts() {
     static const std::vector<Layout> l = {
         {"21", 105, {}, {102, 3}, {6, 4}, {14, 4}, {22, 4}},
         {"24", 83, {{6, 1}, {7, 1}}, {80, 3}, {8, 4}, {16, 4}, {24, 4}},
-        {"26", 128, {{6, 7}, {13, 1}, {14, 2}, {109, 1}}, {106, 3}, {24, 2}, {16, 4}, {26, 4}},
+        {"26", 128, {{6, 7}, {13, 1}, {14, 2}, {109, 1}}, {106, 3}, {24, 2}, {30, 4}, {26, 4}},
         {"2E", 105, {{6, 4}, {10, 4}, {14, 4}, {18, 2}, {20, 4}, {27, 2}, {29, 5}, {34, 5}, {40, 4}, {44, 4},
                      {48, 7}, {55, 50}}, {24, 3}, {39, 1}, {0, 0}, {0, 0}},
         {"45", 174, {{6, 5}, {11, 4}}, {0, 0}, {16, 4}, {24, 4}, {40, 4}},
@@ -65,9 +65,55 @@ uint64_t itemNumber(uint32_t recno) {
     return v;
 }
 
-uint64_t countOf(uint64_t n) { return n % 50 + 1; }
-uint64_t amountOf(uint64_t n) { return countOf(n) * (100 + n % 900); }
-uint64_t weightOf(uint64_t n) { return countOf(n) * 250; }
+uint64_t countOf(uint64_t n) { return totalsCount(n); }
+uint64_t amountOf(uint64_t n) { return totalsAmount(n); }
+uint64_t weightOf(uint64_t n) { return totalsWeight(n); }
+
+// The transaction record of a PLU: one sale of its whole day, packed as its PLU total says.
+Record transactionOf(const Layout& l, uint64_t n) {
+    Record r(l.size, 0);
+    putBcd(r, 0, 4, n);
+    putInt(r, 4, 2, l.size);
+    putBcd(r, 6, 4, n);                   // PLU_No
+    putBcd(r, 10, 4, totalsUnitPrice(n));  // UnitPrice
+    putBcd(r, 14, 4, totalsWeight(n));     // Weight
+    putBcd(r, 18, 2, totalsCount(n));      // Quantity
+    putBcd(r, 20, 4, totalsAmount(n));     // TotalPrice
+    putBcd(r, 24, 3, 240630);              // SaleDate
+    putBcd(r, 27, 2, 1200);                // SaleTime
+    putBcd(r, 29, 5, n * 7 + 1);
+    putBcd(r, 34, 5, n * 7 + 2);
+    r[39] = 1;                              // TransType
+    putBcd(r, 40, 4, 0);                   // Discount
+    putBcd(r, 44, 4, totalsAmount(n));     // NetPrice
+    putBcd(r, 48, 7, n * 7 + 3);
+    putBcd(r, 55, 50, n * 7 + 4);
+    return r;
+}
+
+// The decoders' corners: one more record of each file (number 99999999) holding the values at
+// the ends of each reading.
+struct Corner {
+    const char* code;
+    size_t offset, width;
+    uint64_t value;  // written big-endian, bytes as they are
+};
+const std::vector<Corner>& corners() {
+    static const std::vector<Corner> c = {
+        {"21", 6, 4, 0xFFFFFFFFu},  {"21", 14, 4, 1000000000},  {"24", 6, 1, 0xAB},
+        {"24", 8, 4, 0xFFFFFFFFu},  {"24", 16, 4, 1000000000},  {"26", 14, 2, 0xABCD},
+        {"26", 24, 2, 0xFFFF},      {"26", 30, 4, 1000000000},  {"26", 16, 4, 0xFFFFFFFFu},
+        {"2E", 6, 4, 0xA1234567u},  {"2E", 39, 1, 0xFF},        {"45", 15, 1, 0xFF},
+        {"45", 44, 2, 0xFFFF},      {"45", 16, 4, 0xFFFFFFFFu}, {"45", 24, 4, 1000000000},
+        {"46", 34, 2, 0xFFFF},      {"46", 6, 4, 0xFFFFFFFFu},  {"46", 14, 4, 1000000000},
+        {"46", 1930, 4, 0xF0000012u}, {"46", 86 + 16 * 12, 4, 123456789}, {"4A", 8, 1, 0xFF},
+        {"4A", 6, 2, 0xFFFF},       {"4A", 10, 4, 0xFFFFFFFFu}, {"4A", 14, 4, 1000000000},
+        {"52", 6, 1, 0xFF},         {"52", 8, 2, 0xFFFF},       {"52", 36, 4, 0xFFFFFFFFu},
+        {"52", 40, 4, 1000000000},  {"59", 38, 1, 0xFF},        {"59", 26, 4, 0xFFFFFFFFu},
+        {"59", 30, 4, 1000000000},
+    };
+    return c;
+}
 
 Record makeOne(const Layout& l, uint64_t number, uint64_t count, uint64_t amount, uint64_t weight) {
     Record r(l.size, 0);
@@ -102,6 +148,44 @@ std::vector<uint64_t> range(uint64_t first, uint64_t last) {
 
 }  // namespace
 
+uint64_t totalsUnitPrice(uint64_t n) { return 100 + n % 900; }
+uint64_t totalsCount(uint64_t n) { return n % 50 + 1; }
+uint64_t totalsAmount(uint64_t n) { return totalsCount(n) * totalsUnitPrice(n); }
+uint64_t totalsWeight(uint64_t n) { return totalsCount(n) * 250; }
+
+std::array<uint64_t, 24> hourlyShares(uint64_t total) {
+    // Trade from 8:00 to 19:59, a peak at noon and one after work; none at night.
+    static const uint64_t weight[24] = {0, 0, 0, 0, 0, 0, 0, 0, 2, 3, 4, 6, 8, 6, 4, 3, 4, 6, 5, 2, 0, 0, 0, 0};
+    uint64_t sum = 0;
+    for (uint64_t w : weight) sum += w;
+    std::array<uint64_t, 24> out{};
+    uint64_t given = 0;
+    for (size_t h = 0; h < 24; ++h) {
+        out[h] = total * weight[h] / sum;
+        given += out[h];
+    }
+    out[19] += total - given;  // what the rounding left goes to the last open hour
+    return out;
+}
+
+uint64_t receiptTime(uint64_t i) { return (8 + (i * 5) % 12) * 100 + (i * 13) % 60; }
+
+std::vector<Record> makeTotals(const std::string& code, const Files& held, bool withCorners) {
+    std::vector<Record> out = makeTotals(code, held);
+    if (!withCorners) return out;
+    const Layout* layout = nullptr;
+    for (const auto& l : layouts())
+        if (code == l.code) layout = &l;
+    if (!layout) return out;
+    Record r(layout->size, 0);
+    putBcd(r, 0, 4, 99999999);
+    putInt(r, 4, 2, layout->size);
+    for (const auto& c : corners())
+        if (code == c.code) putInt(r, c.offset, c.width, c.value);
+    out.push_back(std::move(r));
+    return out;
+}
+
 std::vector<Record> makeTotals(const std::string& code, const Files& held) {
     const Layout* layout = nullptr;
     for (const auto& l : layouts())
@@ -120,7 +204,8 @@ std::vector<Record> makeTotals(const std::string& code, const Files& held) {
 
     std::vector<Record> out;
     if (code == "46") {
-        // The store total adds up the PLU totals the scale would report.
+        // The store total adds up the PLU totals the scale would report; week, month and term
+        // are the day times 3, 7 and 13.
         uint64_t count = 0, amount = 0, weight = 0;
         for (uint64_t n : numbersOf(held, "25")) {
             count += countOf(n);
@@ -128,16 +213,30 @@ std::vector<Record> makeTotals(const std::string& code, const Files& held) {
             weight += weightOf(n);
         }
         Record r = makeOne(*layout, 1, count & 0xFFFFFFFF, amount & 0xFFFFFFFF, weight & 0xFFFFFFFF);
-        // Four blocks of 24 hourly rows (four 4-byte figures each).
-        for (size_t block : {86u, 566u, 1046u, 1526u})
-            for (size_t hour = 0; hour < 24; ++hour)
-                for (size_t k = 0; k < 4; ++k)
-                    putInt(r, block + 16 * hour + 4 * k, 4, (count * (hour + 1) + k) % 1000);
+        // Each period: count 1 and amount 1, then its block of 24 hourly rows (count 1, count 2,
+        // amount 1, amount 2) whose count 1 and amount 1 add up to the period's.
+        const size_t periods[4][3] = {{6, 14, 86}, {470, 478, 566}, {950, 958, 1046}, {1430, 1438, 1526}};
+        for (size_t p = 0; p < 4; ++p) {
+            const uint64_t c = (count * kPeriodFactor[p]) & 0x7FFFFFFF, a = (amount * kPeriodFactor[p]) & 0x7FFFFFFF;
+            putInt(r, periods[p][0], 4, c);
+            putInt(r, periods[p][1], 4, a);
+            const auto counts = hourlyShares(c), amounts = hourlyShares(a);
+            for (size_t hour = 0; hour < 24; ++hour) {
+                putInt(r, periods[p][2] + 16 * hour, 4, counts[hour]);
+                putInt(r, periods[p][2] + 16 * hour + 8, 4, amounts[hour]);
+            }
+        }
         out.push_back(std::move(r));
         return out;
     }
     for (uint64_t n : items) {
+        if (code == "2E") {
+            out.push_back(transactionOf(*layout, n));
+            continue;
+        }
         Record r = makeOne(*layout, n, countOf(n), amountOf(n), weightOf(n));
+        if (code == "26") putInt(r, 16, 4, totalsUnitPrice(n));
+        if (code == "52") putInt(r, 84, 4, receiptTime(n));
         if (code == "24") {
             // The department of the main group, as its record says.
             auto f = held.find("23");
