@@ -114,7 +114,7 @@ bool OpenData(store::Database& db, int number, FormatState& st) {
             const size_t j = s.find_first_not_of('0');
             used = 1;
             if (j == std::string::npos || j + 1 == s.size()) used = 0;
-            else if (j + 3 == s.size() && std::string_view(slots()[static_cast<size_t>(i)].ItemLengthFlag) != "0") used = 0;
+            else if (j + 3 == s.size() && std::string_view(slotTable()[static_cast<size_t>(i)].ItemLengthFlag) != "0") used = 0;
         }
         st.ItemUsed[static_cast<size_t>(i)] = used;
     }

@@ -24,7 +24,7 @@ int hexAt(std::string_view s, size_t pos, size_t n) {
 ItemFields readItemString(int slot, std::string_view s) {
     ItemFields f;
     if (slot < 0 || slot >= kSlotCount) return f;
-    const std::string_view cls = slots()[static_cast<size_t>(slot)].ItemType;
+    const std::string_view cls = slotTable()[static_cast<size_t>(slot)].ItemType;
     const int x = hexAt(s, 1, 4), y = hexAt(s, 5, 4);
     f.attr = std::string(mid(s, 9, 4));
     f.angle = std::min(3, hexAt(s, 9, 1) / 4);
@@ -67,14 +67,14 @@ ItemSizeMm itemSizeMm(int slot, const ItemFields& f) {
     m.y = static_cast<int>(dotsToMm(f.y));
     m.width = static_cast<int>(dotsToMm(f.width));
     m.height = static_cast<int>(dotsToMm(f.height));
-    if (slot >= 0 && slot < kSlotCount && std::string_view(slots()[static_cast<size_t>(slot)].ItemType) == "N1")
+    if (slot >= 0 && slot < kSlotCount && std::string_view(slotTable()[static_cast<size_t>(slot)].ItemType) == "N1")
         m.height = std::max(2, m.height);
     return m;
 }
 
 std::string SaveTempItemString(int slot, const ItemEdit& e) {
     if (e.posX.empty() || slot < 0 || slot >= kSlotCount) return {};
-    const Slot& sl = slots()[static_cast<size_t>(slot)];
+    const Slot& sl = slotTable()[static_cast<size_t>(slot)];
     const std::string_view cls = sl.ItemType;
     if (cls == "FF") return {};
     const int64_t x = leadingDecimal(e.posX), y = leadingDecimal(e.posY);

@@ -6,7 +6,7 @@ bool itemPlaced(int slot, const std::string& s) {
     if (s.empty() || slot < 0 || slot >= kSlotCount) return false;
     const size_t j = s.find_first_not_of('0');
     if (j == std::string::npos || j + 1 == s.size()) return false;
-    if (j + 3 == s.size() && std::string_view(slots()[static_cast<size_t>(slot)].ItemLengthFlag) != "0") return false;
+    if (j + 3 == s.size() && std::string_view(slotTable()[static_cast<size_t>(slot)].ItemLengthFlag) != "0") return false;
     return true;
 }
 
@@ -45,7 +45,7 @@ bool readRecord(const Bytes& record, const RecordLayout& layout, RecordView& out
         if (!itemPlaced(slot, s)) continue;
         PlacedItem item;
         item.slot = slot;
-        item.cls = slots()[static_cast<size_t>(slot)].ItemType;
+        item.cls = slotTable()[static_cast<size_t>(slot)].ItemType;
         item.fields = readItemString(slot, s);
         item.text = std::move(s);
         out.items.push_back(std::move(item));

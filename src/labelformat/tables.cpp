@@ -5,7 +5,7 @@
 
 namespace brindale::labelformat {
 
-const std::array<Slot, kSlotCount>& slots() {
+const std::array<Slot, kSlotCount>& slotTable() {
     static const std::array<Slot, kSlotCount> t = {{
         // item label 01..90
         {"006", "N1", "06", "1"}, {"007", "N1", "07", "1"}, {"008", "N1", "06", "1"}, {"009", "N1", "05", "1"},
@@ -58,12 +58,12 @@ const std::array<Font, kFontCount>& fonts() {
 
 int slotColumn(int slot) {
     if (slot < 0 || slot >= kSlotCount) return 0;
-    return static_cast<int>(leadingDecimal(slots()[static_cast<size_t>(slot)].ItemCode));
+    return static_cast<int>(leadingDecimal(slotTable()[static_cast<size_t>(slot)].ItemCode));
 }
 
 int slotLength(int slot) {
     if (slot < 0 || slot >= kSlotCount) return 0;
-    return static_cast<int>(leadingDecimal(slots()[static_cast<size_t>(slot)].ItemLength));
+    return static_cast<int>(leadingDecimal(slotTable()[static_cast<size_t>(slot)].ItemLength));
 }
 
 bool isBarcodeClass(std::string_view cls) { return cls.size() == 2 && cls[0] == 'B' && cls[1] >= '1' && cls[1] <= '5'; }

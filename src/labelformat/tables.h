@@ -29,7 +29,7 @@ struct Font {
     int FontHeight;  // dots
 };
 
-const std::array<Slot, kSlotCount>& slots();
+const std::array<Slot, kSlotCount>& slotTable();
 const std::array<Font, kFontCount>& fonts();
 
 // The column ordinal of a slot; 0 for a slot without a column.

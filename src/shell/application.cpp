@@ -20,6 +20,7 @@
 #include <QTimer>
 
 #include "guard.h"
+#include "labelformat/ui/label_format.h"
 #include "main_window.h"
 #include "plu/ui/plu_editor_window.h"
 #include "messages.h"
@@ -87,6 +88,17 @@ int Application::start() {
         auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
         if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
         new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
+        // The label format editor, modal; its sends and fetches go through the main window's flows.
+        main_->setHandler("menuEditLabelFormat", [this] {
+            if (!state_.Conn) return;
+            labelformat::ui::FrmLabelFormat w(
+                state_,
+                [this](transfer::Flow f, transfer::FlowHooks h) {
+                    return transfer::ui::MainTransfers::of(*main_)->run(f, {}, std::move(h));
+                },
+                main_.get());
+            w.exec();
+        });
         // The transfer history, modal over the main window, in the language of the moment.
         main_->setHandler("menuTransferLog", [this] {
             if (!state_.Conn) return;

@@ -31,10 +31,10 @@ TEST(LabelTables, RoundingIsTiesToEven) {
 TEST(LabelTables, SlotAndFontTables) {
     EXPECT_EQ(slotColumn(0), 6);
     EXPECT_EQ(slotColumn(11), 17);
-    EXPECT_STREQ(slots()[11].ItemType, "B1");
-    EXPECT_STREQ(slots()[11].ItemLength, "26");
+    EXPECT_STREQ(slotTable()[11].ItemType, "B1");
+    EXPECT_STREQ(slotTable()[11].ItemLength, "26");
     EXPECT_EQ(slotColumn(58), 0);
-    EXPECT_STREQ(slots()[98].ItemType, "B1");
+    EXPECT_STREQ(slotTable()[98].ItemType, "B1");
     EXPECT_EQ(slotColumn(119), 0);
     EXPECT_EQ(slotColumn(85), 150);
     EXPECT_EQ(fontIndex("A"), 10);
@@ -57,7 +57,7 @@ TEST_F(LabelDb, ShippedWidthsAddUpAndMatchTheClasses) {
     for (int s = 0; s < kSlotCount; ++s) {
         const int col = slotColumn(s);
         if (!col) continue;
-        EXPECT_EQ(colWidth(db(), col), 2 * classBytes(slots()[static_cast<size_t>(s)].ItemType)) << "slot " << s;
+        EXPECT_EQ(colWidth(db(), col), 2 * classBytes(slotTable()[static_cast<size_t>(s)].ItemType)) << "slot " << s;
     }
 }
 
