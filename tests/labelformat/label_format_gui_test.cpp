@@ -277,3 +277,38 @@ TEST(LabelEditor, ZoomKeepsTheUnits) {
     EXPECT_EQ(f->picItem(7)->width(), 20);
     EXPECT_EQ(f->picLabel()->width(), 112);
 }
+
+TEST(LabelEditor, DamagedRecordsAreNamedAtOpeningAndOpenEmpty) {
+    EditorEnv env;
+    {
+        store::Recordset rs(*env.state.Conn, "KVR_34");
+        rs.addNew();
+        rs.setValue(0, store::Value("1"));
+        rs.setValue("KVRBinData", store::Value(store::Bytes(300, 0)));
+        rs.update();
+    }
+    auto f = env.open();
+    ASSERT_EQ(env.asked.size(), 1u);
+    const QString expected = QString::fromStdString(env.msg("formatunreadable")).arg("1").arg(300);
+    EXPECT_EQ(env.asked[0], expected.toStdString());
+    EXPECT_EQ(f->format().ItemUsed[0], 0);
+    EXPECT_EQ(f->SaveState(), "1");
+    // Nothing was written: the damaged record is still there.
+    store::Recordset rs(*env.state.Conn, "KVR_34");
+    EXPECT_EQ(rs.value("KVRBinData").bytes().size(), 300u);
+}
+
+TEST(LabelEditor, NonHexadecimalTextIsNamedAtTheSave) {
+    EditorEnv env;
+    auto f = env.open();
+    f->cmdSave();
+    {
+        store::Recordset rs(*env.state.Conn, "KVR_34");
+        rs.setValue("PF_Res032", store::Value("XYZ"));
+        rs.update();
+    }
+    f->cmdSave();
+    ASSERT_EQ(env.asked.size(), 1u);
+    EXPECT_NE(env.asked[0].find("PF_Res032"), std::string::npos) << env.asked[0];
+    EXPECT_NE(env.asked[0].find("XYZ"), std::string::npos);
+}

@@ -212,3 +212,23 @@ TEST_F(RefusingLabelTransfers, ARefusingScaleLeavesTheFormatsAndIsCounted) {
 
 }  // namespace
 }  // namespace brindale::testing
+
+namespace brindale::testing {
+namespace {
+
+TEST_F(LabelTransfers, FetchedRecordsWithoutAFormatNumberAreListedAndNotTaken) {
+    auto f = editor();
+    labelformat::Bytes bad = record(5, 1118, 3);
+    bad[3] = 0x0A;
+    scales[0]->put("34", bad);
+    scales[0]->put("34", record(6, 1118, 3));
+    f->cmdUpload();
+    EXPECT_EQ(rows("KVR_34"), 1);
+    EXPECT_EQ(stored(6), record(6, 1118, 3));
+    const std::string expected =
+        QString::fromStdString(g->state().text("msgbox", "formatrejected")).arg("0000000A").toStdString();
+    EXPECT_NE(std::find(asked.begin(), asked.end(), expected), asked.end());
+}
+
+}  // namespace
+}  // namespace brindale::testing
