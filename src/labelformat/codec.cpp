@@ -35,6 +35,8 @@ bool knownSize(int size) { return size == kSize1118 || size == kSize1400 || size
 
 DecodeReport decodeFormat(store::Database& db) {
     DecodeReport report;
+    // One commit for the whole table instead of one per row: written before the call returns.
+    store::Transaction tx(db);
     store::Recordset rs(db, kTable);
     const RecordLayout layout = RecordLayout::fromColumns(fieldsOf(rs));
     const int binOrdinal = rs.ordinal("KVRBinData");
@@ -53,11 +55,13 @@ DecodeReport decodeFormat(store::Database& db) {
         }
         rs.moveNext();
     }
+    tx.commit();
     return report;
 }
 
 CodeReport codeFormat(store::Database& db) {
     CodeReport report;
+    store::Transaction tx(db);
     store::Recordset rs(db, kTable);
     const RecordLayout layout = RecordLayout::fromColumns(fieldsOf(rs));
     const int binOrdinal = rs.ordinal("KVRBinData");
@@ -76,6 +80,7 @@ CodeReport codeFormat(store::Database& db) {
         }
         rs.moveNext();
     }
+    tx.commit();
     return report;
 }
 
