@@ -390,6 +390,7 @@ void FrmLabelFormat::classFields(const std::string& cls) {
     txtItemWidth_->setEnabled(!n1 && !b1);
     txtItemHeight_->setEnabled(!n1);
     comboItemFont_->setVisible(n1 || c);
+    if (auto* l = findChild<QLabel*>("labItemFont")) l->setVisible(n1 || c);
     comboItemFont_->setEnabled(n1 || c);
     labThickOrImageNo_->setVisible(b3 || b4);
     labThickOrImageNo_->setText(b3 ? text("labThick") : b4 ? text("labImageNo") : text("labThickOrImageNo"));
@@ -404,7 +405,7 @@ void FrmLabelFormat::setBoxFont() {
     QLabel* t = txtItem_[static_cast<size_t>(curItem_)];
     QFont f = t->font();
     const bool small = fieldInt(txtItemWidth_) < 4 || fieldInt(txtItemHeight_) < 4;
-    f.setPointSizeF(std::max(1.0, (small ? 5.25 : 9.0) * zoom_ / 0.05));
+    f.setPointSizeF(std::max(1.0, (small ? 5.25 : 9.0) * zoom_ / 0.07));
     t->setFont(f);
 }
 

@@ -131,7 +131,7 @@ private:
     int lastFormatIndex_ = 0;
     int dragMode_ = 0, hotEdge_ = 0, nearEdge_ = 0;
     QPoint dragStart_, dragOffset_;
-    double zoom_ = 0.05;
+    double zoom_ = 0.07;
     bool quiet_ = false;  // programmatic changes run no handlers
 
     QComboBox *comboFreeFormatNo_, *comboFreeFormatNoC_, *comboLabelType_;
