@@ -7,7 +7,10 @@
 #include "labelformat/codec.h"
 #include "labelformat/editor_support.h"
 #include "labelformat/record_reader.h"
+#include "labelformat/ui/label_preview.h"
 #include "labelformat/ui/label_render.h"
+#include <QComboBox>
+#include <QLabel>
 #include "store/recordset.h"
 
 using namespace brindale;
@@ -88,4 +91,29 @@ TEST(LabelRender, TurnedItemStandsWhereTheEditorPutsItsBox) {
     EXPECT_FALSE(black(img, 44, 400 - 70));
     EXPECT_FALSE(black(img, 84, 400 - 70));
     EXPECT_FALSE(black(img, 60, 400 - 108));
+}
+
+TEST(LabelPreview, FollowsTheEditorAndZooms) {
+    EditorEnv env;
+    auto f = env.open();
+    f->cmdPreview();
+    FrmLabelPreview* p = f->preview();
+    ASSERT_NE(p, nullptr);
+    EXPECT_EQ(p->objectName(), "frmLabelPreview");
+    EXPECT_EQ(p->image().size(), QSize(448, 400));
+    EXPECT_FALSE(black(p->image(), 3 * 8 + 100, 400 - 3 * 8 - 20));
+    brindale::labelformat::test::tick(f.get(), 11, true);  // a barcode at (3, 3), not saved
+    EXPECT_TRUE(black(p->image(), 3 * 8 + 100, 400 - 3 * 8 - 20) || black(p->image(), 3 * 8 + 101, 400 - 3 * 8 - 20));
+    EXPECT_EQ(f->SaveState(), "0");
+    brindale::labelformat::test::enter(f.get(), "txtLabelWidth", "40");
+    EXPECT_EQ(p->image().size(), QSize(320, 400));
+    auto* zoom = p->findChild<QComboBox*>("comboZoom");
+    auto* pic = p->findChild<QLabel*>("picPreview");
+    zoom->setCurrentIndex(3);  // 200 %
+    EXPECT_EQ(pic->size(), QSize(640, 800));
+    zoom->setCurrentIndex(0);  // 25 %
+    EXPECT_EQ(pic->size(), QSize(80, 100));
+    // Nothing was written by the preview.
+    store::Recordset rs(*env.state.Conn, "KVR_34");
+    EXPECT_EQ(rs.recordCount(), 0);
 }

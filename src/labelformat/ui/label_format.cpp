@@ -17,6 +17,8 @@
 #include <algorithm>
 
 #include "labelformat/item_string.h"
+#include "labelformat/record_reader.h"
+#include "labelformat/ui/label_preview.h"
 #include "shell/messages.h"
 #include "shell/program_state.h"
 #include "store/recordset.h"
@@ -72,6 +74,12 @@ void ItemBox::mouseReleaseEvent(QMouseEvent* e) {
 FrmLabelFormat::FrmLabelFormat(shell::ProgramState& state, FlowRunner runFlow, QWidget* parent)
     : QDialog(parent), state_(state), runFlow_(std::move(runFlow)) {
     setObjectName("frmLabelFormat");
+    {
+        store::Recordset rs(*state_.Conn, "KVR_34");
+        std::vector<store::ColumnDef> cols;
+        for (int i = 0; i < rs.fieldCount(); ++i) cols.push_back(rs.field(i));
+        layout_ = RecordLayout::fromColumns(cols);
+    }
     build();
     // Opening: the lists at their first entries, format 1.
     quiet_ = true;
@@ -234,8 +242,8 @@ void FrmLabelFormat::build() {
     buttons->addWidget(copy);
     buttons->addStretch(1);
     QPushButton *save = button("cmdSave"), *del = button("cmdDelete"), *down = button("cmdDownload"),
-                *up = button("cmdUpload"), *close = button("cmdClose");
-    for (QPushButton* b : {save, del, down, up, close}) buttons->addWidget(b);
+                *up = button("cmdUpload"), *close = button("cmdClose"), *preview = button("cmdPreview");
+    for (QPushButton* b : {preview, save, del, down, up, close}) buttons->addWidget(b);
     auto* all = new QVBoxLayout(this);
     all->addLayout(top, 1);
     all->addLayout(buttons);
@@ -266,6 +274,7 @@ void FrmLabelFormat::build() {
     connect(down, &QPushButton::clicked, this, [this] { cmdDownload(); });
     connect(up, &QPushButton::clicked, this, [this] { cmdUpload(); });
     connect(close, &QPushButton::clicked, this, [this] { cmdClose(); });
+    connect(preview, &QPushButton::clicked, this, [this] { cmdPreview(); });
 }
 
 int FrmLabelFormat::formatNumber() const { return comboFreeFormatNo_->currentIndex() + 1; }
@@ -382,6 +391,40 @@ void FrmLabelFormat::SaveTempItemString() {
     e.ItemAttr = ItemAttr_;
     e.ItemValue = ItemValue_;
     st_.ItemString[static_cast<size_t>(curItem_)] = labelformat::SaveTempItemString(curItem_, e);
+    refreshPreview();
+}
+
+Bytes FrmLabelFormat::currentRecord() const {
+    FormatState st = st_;
+    applySizeRule(st);
+    std::vector<std::string> text(static_cast<size_t>(layout_.columnCount()), "0");
+    auto set = [&](int col, std::string v) {
+        if (col >= 0 && col < layout_.columnCount()) text[static_cast<size_t>(col)] = std::move(v);
+    };
+    set(0, std::to_string(formatNumber()));
+    set(2, hex(st.FormatSize));
+    set(3, hex(mmToDots(static_cast<double>(leadingDecimal(st.LabelWidth)))));
+    set(4, hex(mmToDots(static_cast<double>(leadingDecimal(st.LabelHeight)))));
+    set(5, std::to_string(st.FormatLevel));
+    for (int i = 0; i < kSlotCount; ++i)
+        if (slotColumn(i) && !st.ItemString[static_cast<size_t>(i)].empty()) set(slotColumn(i), st.ItemString[static_cast<size_t>(i)]);
+    Bytes out;
+    int bad = -1;
+    columnsToRecord([&](int col) { return text[static_cast<size_t>(col)]; }, layout_, out, bad);
+    return out;
+}
+
+void FrmLabelFormat::refreshPreview() {
+    if (!preview_) return;
+    RecordView v;
+    if (readRecord(currentRecord(), layout_, v)) preview_->setRecord(v);
+}
+
+void FrmLabelFormat::cmdPreview() {
+    if (!preview_) preview_ = new FrmLabelPreview(state_, this);
+    refreshPreview();
+    preview_->show();
+    preview_->raise();
 }
 
 void FrmLabelFormat::classFields(const std::string& cls) {
@@ -494,6 +537,7 @@ void FrmLabelFormat::listItemChecked(QListWidgetItem* item) {
         quiet_ = false;
         st_.ItemUsed[static_cast<size_t>(slot)] = 0;
         st_.ItemString[static_cast<size_t>(slot)] = "";
+        refreshPreview();
         if (SelectItem_->count() == 0) {
             TextInitialize();
         } else if (slot == curItem_) {
@@ -594,6 +638,7 @@ void FrmLabelFormat::labelSizeLeft(bool width) {
         quiet_ = false;
         selectItemChanged(keep);
     }
+    refreshPreview();
     saveState_ = "0";
 }
 
@@ -715,6 +760,7 @@ void FrmLabelFormat::labelTypeChanged() {
     TextInitialize();
     ListItemSet(labelType());
     ItemDisplay(labelType());
+    refreshPreview();
 }
 
 void FrmLabelFormat::cmdSave() {

@@ -79,6 +79,11 @@ public:
     void cmdDownload();
     void cmdUpload();
     void cmdClose();
+    // Opens (or raises) frmLabelPreview, which follows every edit from then on.
+    void cmdPreview();
+    // The record cmdDownload would send for the format as it stands in the window.
+    Bytes currentRecord() const;
+    class FrmLabelPreview* preview() const { return preview_; }
 
     // The box events, positions in units within the box.
     void boxMove(ItemBox& box, QPoint p, bool buttonDown);
@@ -120,6 +125,7 @@ private:
     int labelType() const;
     std::string currentClass() const;
     int fieldInt(QLineEdit* f) const;
+    void refreshPreview();
 
     shell::ProgramState& state_;
     FlowRunner runFlow_;
@@ -144,6 +150,8 @@ private:
     QLabel *labThickOrImageNo_, *labThickUnit_;
     QWidget *picLabelbox_, *picLabel_;
     QScrollBar* VScrollDisplayLabel_;
+    class FrmLabelPreview* preview_ = nullptr;
+    RecordLayout layout_;
     std::array<ItemBox*, kSlotCount> picItem_{};
     std::array<QLabel*, kSlotCount> txtItem_{};
 };
