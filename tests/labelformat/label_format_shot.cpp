@@ -7,6 +7,7 @@
 #include <QScrollBar>
 
 #include "labelformat/editor_support.h"
+#include "labelformat/ui/label_preview.h"
 
 using namespace brindale::labelformat::test;
 
@@ -28,8 +29,21 @@ int main(int argc, char** argv) {
         enter(f.get(), "txtItemPosY", QString::number(p.y));
     }
     enter(f.get(), "txtItemWidth", "54");
+    enter(f.get(), "txtItemPosY", "46");
     app.processEvents();
     f->grab().save(out + "/label_editor_twenty_items.png");
+    // The same label as printed: real size and 200 %.
+    f->cmdPreview();
+    auto* zoom = child<QComboBox>(f->preview(), "comboZoom");
+    zoom->setCurrentIndex(zoom->count() - 1);
+    app.processEvents();
+    f->preview()->grab().save(out + "/label_preview_real_size.png");
+    f->preview()->resize(1000, 900);
+    zoom->setCurrentIndex(3);
+    app.processEvents();
+    f->preview()->grab().save(out + "/label_preview_200.png");
+    f->preview()->image().save(out + "/label_dots.png");
+    f->preview()->hide();
     enter(f.get(), "txtLabelHeight", "220");
     auto* bar = child<QScrollBar>(f.get(), "VScrollDisplayLabel");
     bar->setValue(bar->maximum() - 20);

@@ -80,7 +80,7 @@ void FrmLabelPreview::redraw() {
     image_ = renderLabel(view_, d);
     const double k = pixelsPerDot();
     const QSize size(std::max(1, qRound(image_.width() * k)), std::max(1, qRound(image_.height() * k)));
-    picPreview_->setPixmap(QPixmap::fromImage(image_.scaled(size, Qt::IgnoreAspectRatio, Qt::FastTransformation)));
+    picPreview_->setPixmap(QPixmap::fromImage(image_.scaled(size, Qt::IgnoreAspectRatio, k < 1.0 ? Qt::SmoothTransformation : Qt::FastTransformation)));
     picPreview_->resize(size);
 }
 
