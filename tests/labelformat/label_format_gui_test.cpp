@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QLabel>
+#include <QWheelEvent>
 
 #include "labelformat/editor_support.h"
 #include "store/recordset.h"
@@ -276,6 +278,15 @@ TEST(LabelEditor, ZoomKeepsTheUnits) {
     f->setZoom(0.025);
     EXPECT_EQ(f->picItem(7)->width(), 20);
     EXPECT_EQ(f->picLabel()->width(), 112);
+    // Ctrl+wheel zooms in steps, within 25 % to 400 %.
+    f->setZoom(ui::FrmLabelFormat::kDefaultZoom);
+    QWheelEvent in(QPointF(10, 10), QPointF(10, 10), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::ControlModifier,
+                   Qt::NoScrollPhase, false);
+    QApplication::sendEvent(f.get(), &in);
+    EXPECT_DOUBLE_EQ(f->zoom(), ui::FrmLabelFormat::kDefaultZoom * 1.25);
+    for (int i = 0; i < 20; ++i) QApplication::sendEvent(f.get(), &in);
+    EXPECT_DOUBLE_EQ(f->zoom(), ui::FrmLabelFormat::kDefaultZoom * 4);
+    EXPECT_EQ(f->picLabel()->width(), qRound(4480 * ui::FrmLabelFormat::kDefaultZoom * 4));
 }
 
 TEST(LabelEditor, DamagedRecordsAreNamedAtOpeningAndOpenEmpty) {

@@ -14,6 +14,7 @@
 #include <QRegularExpressionValidator>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <algorithm>
 
 #include "labelformat/item_string.h"
@@ -285,7 +286,7 @@ std::string FrmLabelFormat::currentClass() const { return slotTable()[static_cas
 int FrmLabelFormat::fieldInt(QLineEdit* f) const { return static_cast<int>(leadingDecimal(f->text().toStdString())); }
 
 void FrmLabelFormat::setZoom(double pixelsPerUnit) {
-    zoom_ = std::clamp(pixelsPerUnit, 0.005, 0.5);
+    zoom_ = std::clamp(pixelsPerUnit, kDefaultZoom / 4, kDefaultZoom * 4);
     setLabelGeometry();
 }
 
@@ -448,7 +449,7 @@ void FrmLabelFormat::setBoxFont() {
     QLabel* t = txtItem_[static_cast<size_t>(curItem_)];
     QFont f = t->font();
     const bool small = fieldInt(txtItemWidth_) < 4 || fieldInt(txtItemHeight_) < 4;
-    f.setPointSizeF(std::max(1.0, (small ? 5.25 : 9.0) * zoom_ / 0.07));
+    f.setPointSizeF(std::max(1.0, (small ? 5.25 : 9.0) * zoom_ / kDefaultZoom));
     t->setFont(f);
 }
 
@@ -856,6 +857,12 @@ void FrmLabelFormat::cmdClose() {
         return;
     saveState_ = "";
     done(QDialog::Accepted);
+}
+
+void FrmLabelFormat::wheelEvent(QWheelEvent* e) {
+    if (!(e->modifiers() & Qt::ControlModifier)) return QDialog::wheelEvent(e);
+    setZoom(e->angleDelta().y() > 0 ? zoom_ * 1.25 : zoom_ / 1.25);
+    e->accept();
 }
 
 void FrmLabelFormat::closeEvent(QCloseEvent* e) {

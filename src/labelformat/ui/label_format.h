@@ -52,6 +52,8 @@ private:
 class FrmLabelFormat : public QDialog {
     Q_OBJECT
 public:
+    // Pixels per unit at 100 %; the editor zooms from 25 % to 400 % of it.
+    static constexpr double kDefaultZoom = 0.07;
     using FlowRunner = std::function<transfer::FlowOutcome(transfer::Flow, transfer::FlowHooks)>;
     FrmLabelFormat(shell::ProgramState& state, FlowRunner runFlow, QWidget* parent = nullptr);
 
@@ -97,6 +99,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* e) override;
+    void wheelEvent(QWheelEvent* e) override;
 
 private:
     QString text(const char* key) const;
@@ -137,7 +140,7 @@ private:
     int lastFormatIndex_ = 0;
     int dragMode_ = 0, hotEdge_ = 0, nearEdge_ = 0;
     QPoint dragStart_, dragOffset_;
-    double zoom_ = 0.07;
+    double zoom_ = kDefaultZoom;
     bool quiet_ = false;  // programmatic changes run no handlers
 
     QComboBox *comboFreeFormatNo_, *comboFreeFormatNoC_, *comboLabelType_;
