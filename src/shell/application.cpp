@@ -20,6 +20,7 @@
 #include <QTimer>
 
 #include "guard.h"
+#include "labelformat/ui/label_format.h"
 #include "main_window.h"
 #include "plu/ui/plu_editor_window.h"
 #include "messages.h"
@@ -102,6 +103,17 @@ int Application::start() {
                     transfer::FlowHooks hooks;
                     hooks.after = after;
                     transfer::ui::MainTransfers::of(*main_)->run(transfer::Flow::ReportUpload, ctx, hooks);
+                },
+                main_.get());
+            w.exec();
+        });
+        // The label format editor, modal; its sends and fetches go through the main window's flows.
+        main_->setHandler("menuEditLabelFormat", [this] {
+            if (!state_.Conn) return;
+            labelformat::ui::FrmLabelFormat w(
+                state_,
+                [this](transfer::Flow f, transfer::FlowHooks h) {
+                    return transfer::ui::MainTransfers::of(*main_)->run(f, {}, std::move(h));
                 },
                 main_.get());
             w.exec();

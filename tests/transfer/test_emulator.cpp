@@ -1,5 +1,6 @@
 // The emulated scale on its own: what it takes, what it refuses, what it
 // keeps across a restart, the totals it serves, and the program itself.
+#include <array>
 #include <gtest/gtest.h>
 
 #include <poll.h>
@@ -104,6 +105,35 @@ TEST(EmulatedScale, RefusesUnknownFilesAndMalformedRecordsKeepingNothing) {
     ASSERT_EQ(c.receive(f), net::Status::Ok);
     EXPECT_EQ(f.type, uint8_t(Cmd::Ack));
     EXPECT_EQ(scale->recordCount("25"), 1u);
+}
+
+Bytes labelRecord(std::array<uint8_t, 4> number, size_t size) {
+    Bytes r(size, 0);
+    std::copy(number.begin(), number.end(), r.begin());
+    r[4] = uint8_t(size >> 8);
+    r[5] = uint8_t(size & 0xFF);
+    return r;
+}
+
+TEST(EmulatedScale, RefusesLabelFormatsOfOtherSizesOrNumbers) {
+    auto scale = startScale();
+    RawClient c;
+    ASSERT_TRUE(c.connect("127.0.0.9", scale->port()));
+    ASSERT_TRUE(c.greet());
+    const auto bad = uint16_t(proto::ErrCode::BadRecord);
+    uint32_t index = 99;
+    EXPECT_EQ(c.expectError(Cmd::Write, batch("34", {labelRecord({0, 0, 0, 7}, 1118), labelRecord({0, 0, 0, 8}, 1646)}), &index), bad);
+    EXPECT_EQ(index, 1u);
+    EXPECT_EQ(c.expectError(Cmd::Write, batch("34", {labelRecord({0, 0, 0, 0x0A}, 1118)})), bad);
+    EXPECT_EQ(c.expectError(Cmd::Write, batch("34", {labelRecord({0, 0, 0, 0}, 1400)})), bad);
+    EXPECT_EQ(c.expectError(Cmd::Write, batch("34", {labelRecord({0, 0, 1, 0}, 1664)})), bad);
+    EXPECT_EQ(scale->recordCount("34"), 0u);
+    proto::Frame f;
+    ASSERT_TRUE(c.send(Cmd::Write, batch("34", {labelRecord({0, 0, 0, 0x99}, 1664), labelRecord({0, 0, 0, 1}, 1400),
+                                               labelRecord({0, 0, 0, 0x11}, 1118)})));
+    ASSERT_EQ(c.receive(f), net::Status::Ok);
+    EXPECT_EQ(f.type, uint8_t(Cmd::Ack));
+    EXPECT_EQ(scale->recordCount("34"), 3u);
 }
 
 TEST(EmulatedScale, GreetingMustComeFirst) {

@@ -1,0 +1,95 @@
+#include "labelformat/ui/label_preview.h"
+
+#include <QComboBox>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScreen>
+#include <QVBoxLayout>
+#include <QWheelEvent>
+
+#include "shell/program_state.h"
+
+namespace brindale::labelformat::ui {
+
+namespace {
+const int kZooms[] = {25, 50, 100, 200, 400};
+}
+
+FrmLabelPreview::FrmLabelPreview(const shell::ProgramState& state, QWidget* parent) : QDialog(parent), state_(state) {
+    setObjectName("frmLabelPreview");
+    auto text = [&](const char* key) { return QString::fromStdString(state_.text("frm_LabelFormat", key)); };
+    setWindowTitle(text("cmdPreview"));
+    comboMode_ = new QComboBox(this);
+    comboMode_->setObjectName("comboMode");
+    comboMode_->addItems({text("modePrepack"), text("modeCounter"), text("modeSelf")});
+    comboZoom_ = new QComboBox(this);
+    comboZoom_->setObjectName("comboZoom");
+    for (int z : kZooms) comboZoom_->addItem(QString("%1 %").arg(z));
+    comboZoom_->addItem(text("labRealSize"));
+    comboZoom_->setCurrentIndex(2);
+    auto* exportButton = new QPushButton(text("cmdExport"), this);
+    exportButton->setObjectName("cmdExport");
+    picPreview_ = new QLabel(this);
+    picPreview_->setObjectName("picPreview");
+    auto* scroll = new QScrollArea(this);
+    scroll->setWidget(picPreview_);
+    scroll->setWidgetResizable(false);
+    auto* top = new QHBoxLayout;
+    auto* labMode = new QLabel(text("labMode"), this);
+    labMode->setObjectName("labMode");
+    auto* labZoom = new QLabel(text("labZoom"), this);
+    labZoom->setObjectName("labZoom");
+    top->addWidget(labMode);
+    top->addWidget(comboMode_);
+    top->addWidget(labZoom);
+    top->addWidget(comboZoom_);
+    top->addStretch(1);
+    top->addWidget(exportButton);
+    auto* all = new QVBoxLayout(this);
+    all->addLayout(top);
+    all->addWidget(scroll, 1);
+    connect(comboMode_, &QComboBox::currentIndexChanged, this, [this](int) { redraw(); });
+    connect(comboZoom_, &QComboBox::currentIndexChanged, this, [this](int) { redraw(); });
+    connect(exportButton, &QPushButton::clicked, this, [this] {
+        const QString path = QFileDialog::getSaveFileName(this, windowTitle(), QString(), "PNG (*.png)");
+        if (!path.isEmpty()) exportPng(path);
+    });
+    resize(640, 560);
+}
+
+double FrmLabelPreview::pixelsPerDot() const {
+    const int i = comboZoom_->currentIndex();
+    if (i >= 0 && i < static_cast<int>(std::size(kZooms))) return kZooms[i] / 100.0;
+    // Real size: the screen's physical resolution, 8 dots a millimetre.
+    const QScreen* s = screen();
+    const double dpi = s ? s->physicalDotsPerInchX() : 96.0;
+    return dpi / 25.4 / 8.0;
+}
+
+void FrmLabelPreview::setRecord(const RecordView& view) {
+    view_ = view;
+    redraw();
+}
+
+void FrmLabelPreview::redraw() {
+    PreviewData d;
+    d.mode = static_cast<PrintMode>(std::max(0, comboMode_->currentIndex()));
+    image_ = renderLabel(view_, d);
+    const double k = pixelsPerDot();
+    const QSize size(std::max(1, qRound(image_.width() * k)), std::max(1, qRound(image_.height() * k)));
+    picPreview_->setPixmap(QPixmap::fromImage(image_.scaled(size, Qt::IgnoreAspectRatio, k < 1.0 ? Qt::SmoothTransformation : Qt::FastTransformation)));
+    picPreview_->resize(size);
+}
+
+void FrmLabelPreview::wheelEvent(QWheelEvent* e) {
+    if (!(e->modifiers() & Qt::ControlModifier)) return QDialog::wheelEvent(e);
+    const int last = static_cast<int>(std::size(kZooms)) - 1;
+    const int i = std::min(comboZoom_->currentIndex(), last);
+    comboZoom_->setCurrentIndex(std::clamp(i + (e->angleDelta().y() > 0 ? 1 : -1), 0, last));
+    e->accept();
+}
+
+}  // namespace brindale::labelformat::ui

@@ -1,0 +1,53 @@
+// Pictures of the label editor for a person to look at (not part of the suite): twenty items on a
+// 56 x 50 mm label, and a 220 mm label scrolled. Usage: label_format_shot OUT_FOLDER
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QScrollBar>
+
+#include "labelformat/editor_support.h"
+#include "labelformat/ui/label_preview.h"
+
+using namespace brindale::labelformat::test;
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    const QString out = argc > 1 ? argv[1] : ".";
+    EditorEnv env;
+    auto f = env.open();
+    f->resize(1240, 760);
+    f->show();
+    struct Place {
+        int row, x, y;
+    } places[] = {{0, 2, 44}, {1, 30, 44}, {2, 2, 39}, {3, 30, 39}, {4, 2, 34}, {5, 30, 34}, {6, 2, 29},
+                  {7, 2, 22},  {8, 30, 29}, {9, 30, 24}, {10, 2, 17}, {11, 3, 3}, {12, 30, 17}, {13, 2, 12},
+                  {14, 30, 12}, {15, 44, 3}, {16, 44, 8}, {17, 2, 9}, {18, 30, 8}, {21, 1, 1}};
+    for (const Place& p : places) {
+        tick(f.get(), p.row, true);
+        enter(f.get(), "txtItemPosX", QString::number(p.x));
+        enter(f.get(), "txtItemPosY", QString::number(p.y));
+    }
+    enter(f.get(), "txtItemWidth", "54");
+    enter(f.get(), "txtItemPosY", "46");
+    app.processEvents();
+    f->grab().save(out + "/label_editor_twenty_items.png");
+    // The same label as printed: real size and 200 %.
+    f->cmdPreview();
+    auto* zoom = child<QComboBox>(f->preview(), "comboZoom");
+    zoom->setCurrentIndex(zoom->count() - 1);
+    app.processEvents();
+    f->preview()->grab().save(out + "/label_preview_real_size.png");
+    f->preview()->resize(1000, 900);
+    zoom->setCurrentIndex(3);
+    app.processEvents();
+    f->preview()->grab().save(out + "/label_preview_200.png");
+    f->preview()->image().save(out + "/label_dots.png");
+    f->preview()->hide();
+    enter(f.get(), "txtLabelHeight", "220");
+    auto* bar = child<QScrollBar>(f.get(), "VScrollDisplayLabel");
+    bar->setValue(bar->maximum() - 20);
+    app.processEvents();
+    f->grab().save(out + "/label_editor_220mm_scrolled.png");
+    return 0;
+}
