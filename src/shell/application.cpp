@@ -27,6 +27,7 @@
 #include "store/fatal_error.h"
 #include "plu/ui/plu_list.h"
 #include "transfer/ui/main_transfers.h"
+#include "scalefiles/ui/picture_window.h"
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
 
@@ -87,6 +88,21 @@ int Application::start() {
         auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
         if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
         new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
+        // The auxiliary scale files: each window sends through the main window's flows.
+        for (auto [menu, table] : {std::pair{"menuEditImage", scalefiles::PictureTable::Image},
+                                   std::pair{"menuEditLogo", scalefiles::PictureTable::Logo}}) {
+            main_->setHandler(menu, [this, table] {
+                if (!state_.Conn) return;
+                using Command = scalefiles::FrmPicture::Command;
+                scalefiles::FrmPicture w(state_, table, [this, table](Command c) {
+                    const auto flow = table == scalefiles::PictureTable::Logo ? transfer::Flow::LogoSend
+                                      : c == Command::Send                     ? transfer::Flow::ImageSend
+                                                                               : transfer::Flow::ImageDelete;
+                    transfer::ui::MainTransfers::of(*main_)->run(flow);
+                }, main_.get());
+                w.exec();
+            });
+        }
         // The transfer history, modal over the main window, in the language of the moment.
         main_->setHandler("menuTransferLog", [this] {
             if (!state_.Conn) return;
