@@ -74,7 +74,7 @@ FrmPicture::FrmPicture(shell::ProgramState& state, PictureTable table, Runner ru
     const bool image = table_ == PictureTable::Image;
     setObjectName(image ? "frmImage" : "frmLogo");
     setModal(true);
-    setWindowTitle(image ? text("frmImage") : "Logo");
+    setWindowTitle(text(image ? "frmImage" : "frmLogo"));
 
     lblImageNum_ = new QLabel(text("lblImageNum"), this);
     lblImageNum_->setObjectName("lblImageNum");

@@ -1,0 +1,64 @@
+// Pictures of frmImage and frmLogo for a person to look at (not part of the suite): a drawn
+// picture with black lines, text, grey areas and a transparent corner, opened through the file
+// dialog and previewed as printed: /tmp/picture_<language>_<image|logo>.png.
+#include <QApplication>
+#include <QPainter>
+
+#include "gui_support.h"
+#include "scalefiles/ui/picture_window.h"
+#include "shell/program_state.h"
+
+using namespace brindale;
+using namespace brindale::testing;
+
+namespace {
+
+QString drawn(const std::string& dir, const char* name, int w, int h) {
+    QImage img(w, h, QImage::Format_ARGB32);
+    img.fill(Qt::white);
+    QPainter p(&img);
+    p.fillRect(QRect(w / 2, 0, w / 2, h / 3), QColor(0x80, 0x80, 0x80));  // grey: does not print
+    p.setPen(QPen(Qt::black, 3));
+    p.drawRect(QRect(4, 4, w - 9, h - 9));
+    p.drawEllipse(QRect(w / 6, h / 4, w * 2 / 3, h / 2));
+    QFont f("Liberation Sans");
+    f.setPixelSize(std::max(10, h / 12));
+    p.setFont(f);
+    p.drawText(QRect(0, h / 2 - h / 10, w, h / 5), Qt::AlignCenter, "FRESH 1998");
+    p.setCompositionMode(QPainter::CompositionMode_Source);
+    p.fillRect(QRect(0, h - h / 6, w / 6, h / 6), QColor(0, 0, 0, 0));  // transparent: shows the background
+    p.end();
+    const QString path = QString::fromStdString(dir) + "/" + name;
+    img.save(path, "PNG");
+    return path;
+}
+
+void shots(int language, const char* tag) {
+    datagen::ChainShape shape;
+    shape.stores = 1;
+    shape.plus = 5;
+    GuiApp g(generatedApp(shape, 3, language));
+    if (g.start() != 0) return;
+    auto& st = g.state();
+    for (auto [table, name, w, h] : {std::tuple{scalefiles::PictureTable::Image, "image", 300, 420},
+                                     std::tuple{scalefiles::PictureTable::Logo, "logo", 120, 60}}) {
+        const QString path = drawn(g.dir->dir(), name, w, h);
+        scalefiles::FrmPicture::setFileChooser([path](QWidget*, const QString&) { return path; });
+        scalefiles::FrmPicture f(st, table, {});
+        f.show();
+        f.cmdOpen();
+        QApplication::processEvents();
+        f.grab().save(QString("/tmp/picture_%1_%2.png").arg(tag, name));
+    }
+    g.end();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    answerYes();
+    shots(0, "en");
+    shots(1, "zh");
+    return 0;
+}
