@@ -27,6 +27,7 @@
 #include "store/fatal_error.h"
 #include "plu/ui/plu_list.h"
 #include "transfer/ui/main_transfers.h"
+#include "scalefiles/ui/other_files_window.h"
 #include "scalefiles/ui/picture_window.h"
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
@@ -103,6 +104,17 @@ int Application::start() {
                 w.exec();
             });
         }
+        main_->setHandler("menuEditOtherFiles", [this] {
+            if (!state_.Conn) return;
+            using Command = scalefiles::FrmOtherFile::Command;
+            scalefiles::FrmOtherFile w(state_, [this](Command c, const std::vector<std::string>& ticked) {
+                transfer::FlowContext extra;
+                if (c == Command::Send) extra.identifiers = transfer::otherFileIdentifiers(ticked);
+                transfer::ui::MainTransfers::of(*main_)->run(
+                    c == Command::Send ? transfer::Flow::OtherFileSend : transfer::Flow::DateTime, extra);
+            }, main_.get());
+            w.exec();
+        });
         // The transfer history, modal over the main window, in the language of the moment.
         main_->setHandler("menuTransferLog", [this] {
             if (!state_.Conn) return;

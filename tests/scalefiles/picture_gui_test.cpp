@@ -13,10 +13,7 @@
 #include <QTimer>
 #include <random>
 
-#include "chain_settings.h"
-#include "emulated_scale.h"
-#include "gui_support.h"
-#include "read_client.h"
+#include "scale_app_fixture.h"
 #include "scalefiles/picture_rows.h"
 #include "scalefiles/ui/picture_window.h"
 #include "shell/program_state.h"
@@ -26,78 +23,23 @@
 namespace brindale::testing {
 namespace {
 
-using Records = std::vector<std::vector<uint8_t>>;
-
-std::unique_ptr<TempApp> chainWithThreeScales() {
-    datagen::ChainShape shape;
-    shape.stores = 2;
-    shape.sectionsPerStore = 1;
-    shape.scalesPerSection = 1;
-    shape.plus = 10;
-    auto dir = generatedApp(shape, 5, 0, [](shell::ProgramState& st) {
-        st.Conn->exec("DELETE FROM SCALE");
-        int n = 0;
-        for (const char* a : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
-            ++n;
-            st.Conn->exec("INSERT INTO SCALE (SC_IP, SC_No, SC_Used, ST_No, SECT_No) VALUES ('" +
-                          store::padAddress(a) + "', 'Scale " + std::to_string(n) + "', 1, " +
-                          std::to_string(n <= 2 ? 1 : 2) + ", 1)");
-        }
-    });
-    datagen::writeChainSettings(dir->dir(), 2);  // two stores: multi store mode
-    return dir;
-}
-
-class PictureWindows : public ::testing::Test {
+class PictureWindows : public ScaleFilesApp {
 protected:
-    std::unique_ptr<GuiApp> g;
-    std::vector<std::unique_ptr<scaleemu::EmulatedScale>> scales;
-    QTimer closer;  // closes the progress window once its transfer has ended
     QString chosen;  // what the file dialog answers
     int dialogsOpened = 0;
 
     void SetUp() override {
-        answerYes();
-        clearMessages();
-        g = std::make_unique<GuiApp>(chainWithThreeScales());
-        ASSERT_EQ(g->start(), 0);
-        std::string error;
-        scales = scaleemu::startScales({"127.0.0.2", "127.0.0.3", "127.0.0.4"},
-                                       [](const std::string&) { return false; }, error);
-        ASSERT_EQ(scales.size(), 3u) << error;
-        transfer::TransferOptions to;
-        to.port = scales[0]->port();
-        to.connectTimeout = std::chrono::milliseconds(2000);
-        to.replyTimeout = std::chrono::milliseconds(5000);
-        to.scaleTimeout = std::chrono::milliseconds(20000);
-        g->w().KVRDataTrans1().setOptions(to);
-        QObject::connect(&closer, &QTimer::timeout, [] {
-            QWidget* m = QApplication::activeModalWidget();
-            if (!m || m->objectName() != "frmTransfer") return;
-            auto* close = m->findChild<QPushButton*>("cmdClose");
-            if (close && close->isEnabled()) close->click();
-        });
-        closer.start(20);
+        ScaleFilesApp::SetUp();
         scalefiles::FrmPicture::setFileChooser([this](QWidget*, const QString& filter) {
             ++dialogsOpened;
             EXPECT_EQ(filter, "All Files (*.*);;Image Files (*.bmp)");
             return chosen;
         });
-        // The file windows open in the data view, which sends to every scale of the store: store 1
-        // has 127.0.0.2 and 127.0.0.3, store 2 has 127.0.0.4.
-        g->select("STORE 1");
-        g->tree().cmdData();
-        ASSERT_EQ(g->state().currentStore, 1);
-        ASSERT_EQ(g->state().currentSection, 0);
     }
     void TearDown() override {
         scalefiles::FrmPicture::setFileChooser({});
-        closer.stop();
-        for (auto& s : scales) s->stop();
+        ScaleFilesApp::TearDown();
     }
-
-    store::Database& db() { return *g->state().Conn; }
-    QString file(const QString& name) { return QString::fromStdString(g->dir->dir()) + "/" + name; }
 
     // A BMP of random pure black and other pixels (grey among them), saved under the app folder.
     QString bitmap(const QString& name, int w, int h, uint32_t seed) {
@@ -111,23 +53,6 @@ protected:
         const QString path = file(name);
         EXPECT_TRUE(img.save(path, "BMP"));
         return path;
-    }
-
-    Records fetched(int scale, const std::string& code) {
-        std::string error;
-        auto r = readScaleFile("127.0.0." + std::to_string(scale + 2), scales[0]->port(), code, error);
-        EXPECT_TRUE(error.empty()) << error;
-        return r;
-    }
-
-    // Opens the window by its menu and runs `act` in it.
-    void inWindow(const char* menu, const char* form, const std::function<void(QDialog*)>& act) {
-        ModalDriver d(form, [&](QDialog* w) {
-            act(w);
-            button(w, "cmdClose")->click();
-        });
-        g->trigger(menu);
-        ASSERT_TRUE(d.seen()) << form;
     }
 };
 
