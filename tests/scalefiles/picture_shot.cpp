@@ -1,10 +1,15 @@
 // Pictures of frmImage and frmLogo for a person to look at (not part of the suite): a drawn
 // picture with black lines, text, grey areas and a transparent corner, opened through the file
-// dialog and previewed as printed: /tmp/picture_<language>_<image|logo>.png.
+// dialog and previewed as printed: /tmp/picture_<language>_<image|logo>.png; and frmOtherFile
+// with a few texts: /tmp/picture_<language>_otherfiles.png.
 #include <QApplication>
 #include <QPainter>
 
 #include "gui_support.h"
+#include "codec/code_page.h"
+#include "scalefiles/text_files.h"
+#include "scalefiles/text_lines.h"
+#include "scalefiles/ui/other_files_window.h"
 #include "scalefiles/ui/picture_window.h"
 #include "shell/program_state.h"
 
@@ -49,6 +54,18 @@ void shots(int language, const char* tag) {
         f.cmdOpen();
         QApplication::processEvents();
         f.grab().save(QString("/tmp/picture_%1_%2.png").arg(tag, name));
+    }
+    const char* texts[] = {"Fresh every morning", "面包 Bakery", "Organic"};
+    for (int i = 0; i < 3; ++i) {
+        std::vector<scalefiles::TextLine> lines = {scalefiles::TextLine::typed(0, texts[i])};
+        scalefiles::storeTextFile(*st.Conn, 11 + i, 10 + i, scalefiles::blockFromLines(lines, *st.codePage).block,
+                                  *st.codePage);
+    }
+    {
+        scalefiles::FrmOtherFile f(st, {});
+        f.show();
+        QApplication::processEvents();
+        f.grab().save(QString("/tmp/picture_%1_otherfiles.png").arg(tag));
     }
     g.end();
 }
