@@ -29,6 +29,7 @@
 #include "transfer/ui/main_transfers.h"
 #include "scalefiles/ui/other_files_window.h"
 #include "scalefiles/ui/picture_window.h"
+#include "scalefiles/ui/scroll_window.h"
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
 
@@ -104,6 +105,20 @@ int Application::start() {
                 w.exec();
             });
         }
+        main_->setHandler("menuScrollMSG", [this] {
+            if (!state_.Conn) return;
+            using Command = scalefiles::FrmScrollMSG::Command;
+            scalefiles::FrmScrollMSG w(state_, [this](Command c, int sequence, const std::function<bool()>& save) {
+                transfer::FlowContext extra;
+                extra.scrollSequence = sequence;
+                transfer::FlowHooks hooks;
+                hooks.saveBefore = save;
+                transfer::ui::MainTransfers::of(*main_)->run(
+                    c == Command::DownloadMessages ? transfer::Flow::ScrollDownloadM : transfer::Flow::ScrollDownloadS,
+                    extra, hooks);
+            }, main_.get());
+            w.exec();
+        });
         main_->setHandler("menuEditOtherFiles", [this] {
             if (!state_.Conn) return;
             using Command = scalefiles::FrmOtherFile::Command;

@@ -7,6 +7,7 @@
 
 #include "codec/code_page.h"
 #include "scalefiles/records.h"
+#include "scalefiles/scroll_messages.h"
 #include "scalefiles/text_lines.h"
 
 using namespace brindale;
@@ -260,4 +261,23 @@ TEST(ScrollSequenceRecord, PatternTableAndRoundTrip) {
     EXPECT_NE(decodeScrollSequence(bad).reason.find("speed"), std::string::npos);
     EXPECT_FALSE(encodeScrollSequence({1, {ScrollStep{0, 5, 0}}}));
     EXPECT_FALSE(encodeScrollSequence({1, {ScrollStep{0, 0, 3}}}));
+}
+
+TEST(ScrollGrid, RefusesWhatCannotBeSavedNamingTheLines) {
+    codec::CodePage gbk("GBK");
+    codec::CodePage western("CP1252");
+    EXPECT_EQ(checkScrollGrid({{"1", "a"}, {"", "no number"}, {"2", "b"}}, western).reason, "");
+    const auto twice = checkScrollGrid({{"7", "a"}, {"8", "b"}, {"7", "c"}}, western);
+    EXPECT_EQ(twice.rows, (std::vector<int>{0, 2}));
+    EXPECT_EQ(twice.reason, "lines 1 and 3 both have the number 7");
+    // 128 Chinese characters are 256 bytes in GBK: over the length byte, though 128 characters.
+    std::string longText;
+    for (int i = 0; i < 128; ++i) longText += "欢";
+    const auto tooLong = checkScrollGrid({{"1", longText}}, gbk);
+    EXPECT_EQ(tooLong.reason, "line 1: 256 bytes, at most 255 fit");
+    longText.resize(longText.size() - 3);
+    EXPECT_EQ(checkScrollGrid({{"1", longText}}, gbk).reason, "");
+    EXPECT_NE(checkScrollGrid({{"1", "面包"}}, western).reason.find("not in the code page"), std::string::npos);
+    EXPECT_NE(checkScrollGrid({{"123456789", "a"}}, western).reason.find("not 1 to 8 digits"), std::string::npos);
+    EXPECT_NE(checkScrollGrid({{"1a", "a"}}, western).reason.find("line 1"), std::string::npos);
 }
