@@ -1,7 +1,7 @@
 // Pictures of frmImage and frmLogo for a person to look at (not part of the suite): a drawn
 // picture with black lines, text, grey areas and a transparent corner, opened through the file
 // dialog and previewed as printed: /tmp/picture_<language>_<image|logo>.png; and frmOtherFile
-// with a few texts: /tmp/picture_<language>_otherfiles.png.
+// with a few texts: /tmp/picture_<language>_otherfiles.png; frmScrollMSG: ..._scroll.png.
 #include <QApplication>
 #include <QPainter>
 
@@ -10,7 +10,9 @@
 #include "scalefiles/text_files.h"
 #include "scalefiles/text_lines.h"
 #include "scalefiles/ui/other_files_window.h"
+#include "scalefiles/scroll_messages.h"
 #include "scalefiles/ui/picture_window.h"
+#include "scalefiles/ui/scroll_window.h"
 #include "shell/program_state.h"
 
 using namespace brindale;
@@ -66,6 +68,15 @@ void shots(int language, const char* tag) {
         f.show();
         QApplication::processEvents();
         f.grab().save(QString("/tmp/picture_%1_otherfiles.png").arg(tag));
+    }
+    scalefiles::saveScrollMessages(*st.Conn, {{"1", "Welcome"}, {"2", language && st.codePage->holds("欢迎光临") ? "欢迎光临" : "Fresh bread at 7"}, {"5", "Two for one"}},
+                                   *st.codePage);
+    scalefiles::saveScrollSequence(*st.Conn, {1, {scalefiles::ScrollStep{1, 0, 1}, scalefiles::ScrollStep{2, 3, 2}, {}}});
+    {
+        scalefiles::FrmScrollMSG f(st, {});
+        f.show();
+        QApplication::processEvents();
+        f.grab().save(QString("/tmp/picture_%1_scroll.png").arg(tag));
     }
     g.end();
 }

@@ -130,6 +130,7 @@ FrmScrollMSG::FrmScrollMSG(shell::ProgramState& state, Runner runner, QWidget* p
     h->addLayout(left, 1);
     h->addLayout(right);
 
+    resize(780, 430);  // all ten rows of the grid in view
     fillGrid();
     fillMessageLists();
     showSequence();
