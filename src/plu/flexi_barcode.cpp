@@ -1,5 +1,8 @@
 #include "plu/flexi_barcode.h"
 
+#include "store/database.h"
+#include "store/value.h"
+
 namespace brindale::plu {
 
 const std::vector<const char*>& flexiDataTypeKeys() {
@@ -23,8 +26,10 @@ std::string flexiPattern(const FlexiLayout& l) {
     return p;
 }
 
+int flexiFlagDigits(int type) { return type == 0 ? 1 : type == 1 ? 2 : 0; }
+
 int flexiDigits(const FlexiLayout& l) {
-    const int flag = l.type == 0 ? 1 : l.type == 1 ? 2 : 0;
+    const int flag = flexiFlagDigits(l.type);
     const int checks = l.checkDigit == 3 ? 2 : (l.checkDigit == 1 || l.checkDigit == 2) ? 1 : 0;
     return flag + l.itemDigits + l.data1Digits + l.data2Digits + checks;
 }
@@ -47,7 +52,7 @@ bool flexiRow(const FlexiLayout& l, codec::FlexiBarcodeRow& row, const codec::Co
     r.FBar_ItemDigitNo = l.itemDigits;
     r.FBar_Data1Type = l.data1Type;
     r.FBar_Data2Type = l.data2Type;
-    r.FBar_FBarDigitNo = flexiDigits(l);
+    r.FBar_FBarDigitNo = flexiFlagDigits(l.type);
     // The record's byte 11 is ComboEANorITF x 128 + ComboCD; the table keeps its two parts apart,
     // as the codec reads and writes them.
     r.FBar_CD = l.checkDigit;
@@ -76,6 +81,50 @@ FlexiLayout flexiLayoutOf(const codec::FlexiBarcodeRow& r) {
     l.checkDigit = static_cast<int>(r.FBar_CD & 0x7F);
     l.eanOrItf = static_cast<int>(r.FBar_EANorITF);
     return l;
+}
+
+}  // namespace brindale::plu
+
+namespace brindale::plu {
+
+namespace {
+const char* kFlexiColumns =
+    "FBar_No, FBar_Type, FBar_ItemDigitNo, FBar_Data1Type, FBar_Data2Type, FBar_FBarDigitNo, FBar_CD, FBar_Data1, "
+    "FBar_Data2, FBar_Data1SH, FBar_Data2SH, FBar_EANorITF, KVRBinData, Is_Selected";
+}
+
+std::optional<codec::FlexiBarcodeRow> loadFlexiRow(store::Database& db, int number) {
+    auto st = db.prepare(std::string("SELECT ") + kFlexiColumns + " FROM KVR_14 WHERE FBar_No = ?");
+    st->bind(1, store::Value(number));
+    if (!st->step()) return std::nullopt;
+    codec::FlexiBarcodeRow r;
+    int64_t* nums[] = {&r.FBar_No, &r.FBar_Type, &r.FBar_ItemDigitNo, &r.FBar_Data1Type, &r.FBar_Data2Type,
+                       &r.FBar_FBarDigitNo, &r.FBar_CD, &r.FBar_Data1, &r.FBar_Data2, &r.FBar_Data1SH,
+                       &r.FBar_Data2SH, &r.FBar_EANorITF};
+    for (int i = 0; i < 12; ++i) *nums[i] = st->columnInt(i);
+    const store::Value bin = st->column(12);
+    if (bin.isBytes()) r.KVRBinData = bin.bytes();
+    r.Is_Selected = st->columnInt(13);
+    return r;
+}
+
+void saveFlexiRow(store::Database& db, const codec::FlexiBarcodeRow& r) {
+    deleteFlexiRow(db, static_cast<int>(r.FBar_No));
+    auto ins = db.prepare(std::string("INSERT INTO KVR_14 (") + kFlexiColumns +
+                          ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+    const int64_t nums[] = {r.FBar_No, r.FBar_Type, r.FBar_ItemDigitNo, r.FBar_Data1Type, r.FBar_Data2Type,
+                            r.FBar_FBarDigitNo, r.FBar_CD, r.FBar_Data1, r.FBar_Data2, r.FBar_Data1SH,
+                            r.FBar_Data2SH, r.FBar_EANorITF};
+    for (int i = 0; i < 12; ++i) ins->bind(i + 1, store::Value(nums[i]));
+    ins->bind(13, r.KVRBinData ? store::Value(*r.KVRBinData) : store::Value());
+    ins->bind(14, store::Value(r.Is_Selected));
+    ins->step();
+}
+
+void deleteFlexiRow(store::Database& db, int number) {
+    auto del = db.prepare("DELETE FROM KVR_14 WHERE FBar_No = ?");
+    del->bind(1, store::Value(number));
+    del->step();
 }
 
 }  // namespace brindale::plu

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,7 @@ namespace brindale::plu {
 inline constexpr int kFlexiNumbers = 222;
 inline constexpr int kFlexiTypes = 3;        // "F2", "F1F2", no flag
 inline constexpr int kFlexiCheckDigits = 4;  // none, middle, end, middle and end
-inline constexpr int kFlexiMaxDigits = 12;   // the longest item code or data field offered
+inline constexpr int kFlexiMaxDigits = 9;    // the record keeps each count in one packed byte, 0 to 9
 
 // A layout as the combos hold it: list positions, ComboNo as its number.
 struct FlexiLayout {
@@ -40,10 +41,13 @@ const std::vector<const char*>& flexiCheckDigitKeys();
 // per digit of data 1, "Y" per digit of data 2, and "CD" for a check digit where ComboCD puts it:
 // 1 between the data fields, 2 at the end, 3 both.
 std::string flexiPattern(const FlexiLayout& layout);
-// The digits of the pattern (a flag letter pair and "CD" are one digit each): FBar_FBarDigitNo.
+// The digits of the pattern (a flag letter pair and "CD" are one digit each): the legal length.
 int flexiDigits(const FlexiLayout& layout);
 // 13 for EAN-13, 14 for ITF-14.
 int flexiLegalLength(int eanOrItf);
+// The flag's digits (1 for "F2", 2 for "F1F2", 0 for none): FBar_FBarDigitNo, which the record
+// keeps in one packed byte beside the other counts.
+int flexiFlagDigits(int type);
 bool flexiLegal(const FlexiLayout& layout);
 
 // The row of KVR_14 for a legal layout, its record built (byte 11 = ComboEANorITF x 128 +
@@ -52,5 +56,19 @@ bool flexiLegal(const FlexiLayout& layout);
 bool flexiRow(const FlexiLayout& layout, codec::FlexiBarcodeRow& row, const codec::CodePage& codePage);
 // The layout of a row.
 FlexiLayout flexiLayoutOf(const codec::FlexiBarcodeRow& row);
+
+}  // namespace brindale::plu
+
+namespace brindale::store {
+class Database;
+}
+
+namespace brindale::plu {
+
+// The row of a layout number in KVR_14; nullopt when there is none.
+std::optional<codec::FlexiBarcodeRow> loadFlexiRow(store::Database& db, int number);
+// Adds the row, or replaces the row of its number.
+void saveFlexiRow(store::Database& db, const codec::FlexiBarcodeRow& row);
+void deleteFlexiRow(store::Database& db, int number);
 
 }  // namespace brindale::plu

@@ -22,6 +22,7 @@
 #include "guard.h"
 #include "main_window.h"
 #include "plu/ui/plu_editor_window.h"
+#include "plu/ui/flexi_barcode_window.h"
 #include "messages.h"
 #include "screens.h"
 #include "store/fatal_error.h"
@@ -105,6 +106,13 @@ int Application::start() {
                 w.exec();
             });
         }
+        main_->setHandler("menuEditFlexiBarcode", [this] {
+            if (!state_.Conn) return;
+            plu::ui::FrmFlexiBarcode w(state_, [this] {
+                transfer::ui::MainTransfers::of(*main_)->run(transfer::Flow::FlexiDownload);
+            }, main_.get());
+            w.exec();
+        });
         main_->setHandler("menuScrollMSG", [this] {
             if (!state_.Conn) return;
             using Command = scalefiles::FrmScrollMSG::Command;

@@ -71,7 +71,8 @@ TEST(FlexiBarcode, RowRecordAndBack) {
     ASSERT_TRUE(flexiRow(l, row, cp));
     EXPECT_EQ(row.FBar_CD, 3);
     EXPECT_EQ(row.FBar_EANorITF, 1);
-    EXPECT_EQ(row.FBar_FBarDigitNo, 13);
+    EXPECT_EQ(row.FBar_FBarDigitNo, 2);  // F1F2
+    EXPECT_EQ(flexiDigits(l), 13);
     ASSERT_TRUE(row.KVRBinData);
     EXPECT_EQ(row.KVRBinData->size(), codec::kFlexiBarcodeRecordSize);
     EXPECT_EQ((*row.KVRBinData)[11], 128 + 3);  // the stored check digit byte
@@ -79,6 +80,15 @@ TEST(FlexiBarcode, RowRecordAndBack) {
     back.KVRBinData = row.KVRBinData;
     ASSERT_TRUE(codec::decodeSmallRecords(std::span<codec::FlexiBarcodeRow>(&back, 1), cp).ok());
     EXPECT_EQ(flexiLayoutOf(back), l);
+    EXPECT_EQ(back.FBar_FBarDigitNo, 2);
+    FlexiLayout tooLong = l;
+    tooLong.data1Digits = 0;
+    tooLong.data2Digits = 0;
+    tooLong.type = 2;
+    tooLong.checkDigit = 0;
+    tooLong.eanOrItf = 0;
+    tooLong.itemDigits = 14;  // 14 digits of ITF-14, but a count the record cannot keep in its byte
+    EXPECT_FALSE(flexiLegal(tooLong));
     FlexiLayout illegal = l;
     illegal.itemDigits = 9;
     codec::FlexiBarcodeRow untouched;
