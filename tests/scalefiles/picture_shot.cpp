@@ -1,8 +1,10 @@
 // Pictures of frmImage and frmLogo for a person to look at (not part of the suite): a drawn
 // picture with black lines, text, grey areas and a transparent corner, opened through the file
 // dialog and previewed as printed: /tmp/picture_<language>_<image|logo>.png; and frmOtherFile
-// with a few texts: /tmp/picture_<language>_otherfiles.png; frmScrollMSG: ..._scroll.png.
+// with a few texts: /tmp/picture_<language>_otherfiles.png; frmScrollMSG: ..._scroll.png; frmFlexiBarcode:
+// ..._flexi.png.
 #include <QApplication>
+#include <QComboBox>
 #include <QPainter>
 
 #include "gui_support.h"
@@ -13,6 +15,7 @@
 #include "scalefiles/scroll_messages.h"
 #include "scalefiles/ui/picture_window.h"
 #include "scalefiles/ui/scroll_window.h"
+#include "plu/ui/flexi_barcode_window.h"
 #include "shell/program_state.h"
 
 using namespace brindale;
@@ -77,6 +80,14 @@ void shots(int language, const char* tag) {
         f.show();
         QApplication::processEvents();
         f.grab().save(QString("/tmp/picture_%1_scroll.png").arg(tag));
+    }
+    {
+        plu::ui::FrmFlexiBarcode f(st, {});
+        f.show();
+        f.findChild<QComboBox*>("ComboType")->setCurrentIndex(1);
+        f.findChild<QComboBox*>("ComboCD")->setCurrentIndex(3);
+        QApplication::processEvents();
+        f.grab().save(QString("/tmp/picture_%1_flexi.png").arg(tag));
     }
     g.end();
 }

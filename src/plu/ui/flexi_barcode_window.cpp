@@ -107,7 +107,7 @@ FlexiLayout FrmFlexiBarcode::layout() const {
     return l;
 }
 
-void FrmFlexiBarcode::show(const FlexiLayout& l) {
+void FrmFlexiBarcode::showLayout(const FlexiLayout& l) {
     const std::pair<const char*, int> values[] = {
         {"ComboType", l.type},          {"ComboItemDigitNo", l.itemDigits}, {"ComboData1Type", l.data1Type},
         {"ComboData2Type", l.data2Type}, {"ComboData1", l.data1Digits},     {"ComboData2", l.data2Digits},
@@ -137,14 +137,14 @@ bool FrmFlexiBarcode::cmdSave() {
 
 void FrmFlexiBarcode::cmdDelete() {
     deleteFlexiRow(*state_.Conn, layout().number);
-    show(FlexiLayout{});
+    showLayout(FlexiLayout{});
     cmdDelete_->setEnabled(false);
 }
 
 void FrmFlexiBarcode::numberChanged() {
     const int number = combos_["ComboNo"]->currentIndex() + 1;
     const auto row = loadFlexiRow(*state_.Conn, number);
-    show(row ? flexiLayoutOf(*row) : FlexiLayout{});
+    showLayout(row ? flexiLayoutOf(*row) : FlexiLayout{});
     cmdDelete_->setEnabled(row.has_value());
 }
 

@@ -31,7 +31,7 @@ public:
 private:
     QString text(const char* key) const;
     QComboBox* combo(const char* name, const QStringList& items);
-    void show(const FlexiLayout& l);
+    void showLayout(const FlexiLayout& l);
     void updatePattern();
 
     shell::ProgramState& state_;
