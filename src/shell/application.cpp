@@ -23,12 +23,16 @@
 #include "labelformat/ui/label_format.h"
 #include "main_window.h"
 #include "plu/ui/plu_editor_window.h"
+#include "plu/ui/flexi_barcode_window.h"
 #include "messages.h"
 #include "screens.h"
 #include "store/fatal_error.h"
 #include "plu/ui/plu_list.h"
 #include "exchange/ui/report_export_window.h"
 #include "transfer/ui/main_transfers.h"
+#include "scalefiles/ui/other_files_window.h"
+#include "scalefiles/ui/picture_window.h"
+#include "scalefiles/ui/scroll_window.h"
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
 #include "presetkey/ui/preset_windows.h"
@@ -116,6 +120,53 @@ int Application::start() {
                     return transfer::ui::MainTransfers::of(*main_)->run(f, {}, std::move(h));
                 },
                 main_.get());
+            w.exec();
+        });
+        // The auxiliary scale files: each window sends through the main window's flows.
+        for (auto [menu, table] : {std::pair{"menuEditImage", scalefiles::PictureTable::Image},
+                                   std::pair{"menuEditLogo", scalefiles::PictureTable::Logo}}) {
+            main_->setHandler(menu, [this, table] {
+                if (!state_.Conn) return;
+                using Command = scalefiles::FrmPicture::Command;
+                scalefiles::FrmPicture w(state_, table, [this, table](Command c) {
+                    const auto flow = table == scalefiles::PictureTable::Logo ? transfer::Flow::LogoSend
+                                      : c == Command::Send                     ? transfer::Flow::ImageSend
+                                                                               : transfer::Flow::ImageDelete;
+                    transfer::ui::MainTransfers::of(*main_)->run(flow);
+                }, main_.get());
+                w.exec();
+            });
+        }
+        main_->setHandler("menuEditFlexiBarcode", [this] {
+            if (!state_.Conn) return;
+            plu::ui::FrmFlexiBarcode w(state_, [this] {
+                transfer::ui::MainTransfers::of(*main_)->run(transfer::Flow::FlexiDownload);
+            }, main_.get());
+            w.exec();
+        });
+        main_->setHandler("menuScrollMSG", [this] {
+            if (!state_.Conn) return;
+            using Command = scalefiles::FrmScrollMSG::Command;
+            scalefiles::FrmScrollMSG w(state_, [this](Command c, int sequence, const std::function<bool()>& save) {
+                transfer::FlowContext extra;
+                extra.scrollSequence = sequence;
+                transfer::FlowHooks hooks;
+                hooks.saveBefore = save;
+                transfer::ui::MainTransfers::of(*main_)->run(
+                    c == Command::DownloadMessages ? transfer::Flow::ScrollDownloadM : transfer::Flow::ScrollDownloadS,
+                    extra, hooks);
+            }, main_.get());
+            w.exec();
+        });
+        main_->setHandler("menuEditOtherFiles", [this] {
+            if (!state_.Conn) return;
+            using Command = scalefiles::FrmOtherFile::Command;
+            scalefiles::FrmOtherFile w(state_, [this](Command c, const std::vector<std::string>& ticked) {
+                transfer::FlowContext extra;
+                if (c == Command::Send) extra.identifiers = transfer::otherFileIdentifiers(ticked);
+                transfer::ui::MainTransfers::of(*main_)->run(
+                    c == Command::Send ? transfer::Flow::OtherFileSend : transfer::Flow::DateTime, extra);
+            }, main_.get());
             w.exec();
         });
         // The transfer history, modal over the main window, in the language of the moment.

@@ -11,6 +11,32 @@
 
 namespace brindale::scaleemu {
 
+namespace {
+
+constexpr size_t kImageEndSize = 6;
+
+// Two bytes of packed digits; the record checks have made sure they are digits.
+uint32_t packedPair(const uint8_t* p) {
+    return ((p[0] >> 4) * 10 + (p[0] & 15)) * 100 + (p[1] >> 4) * 10 + (p[1] & 15);
+}
+
+// An image is kept whole: its end record drops the blocks of the same image from its count on and
+// any older end record of it, so that a smaller picture sent over a larger one leaves no stale
+// blocks behind. Image records are keyed by image and block number (their first four bytes).
+void keepImageWhole(FileRecords& f, const uint8_t* end) {
+    const uint32_t endKey = transfer::recordNumber(end);
+    const uint32_t image = packedPair(end);
+    const uint32_t count = packedPair(end + 2);
+    for (auto it = f.begin(); it != f.end();) {
+        const Record& r = it->second;
+        const bool sameImage = it->first != endKey && r.size() >= 4 && packedPair(r.data()) == image;
+        const bool stale = sameImage && (r.size() == kImageEndSize || packedPair(r.data() + 2) >= count);
+        it = stale ? f.erase(it) : std::next(it);
+    }
+}
+
+}  // namespace
+
 namespace fs = std::filesystem;
 namespace net = transfer::net;
 namespace proto = transfer::proto;
@@ -306,6 +332,7 @@ void EmulatedScale::serve(net::Socket sock) {
                 for (size_t i = 0; i < n; ++i) {
                     const auto& r = batch.records[i];
                     f[transfer::recordNumber(r.data)] = Record(r.data, r.data + r.size);
+                    if (batch.code == "37" && r.size == kImageEndSize) keepImageWhole(f, r.data);
                 }
                 dirty_.push_back(batch.code);
             }
