@@ -17,7 +17,7 @@ constexpr std::array<uint8_t, kFontCodeCount> kFontCodes = {
 
 std::string_view trimmed(std::string_view s) {
     while (!s.empty() && (s.back() == '\r' || s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
-    while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
+    while (!s.empty() && (s.front() == ' ' || s.front() == '\t' || s.front() == '\r')) s.remove_prefix(1);
     return s;
 }
 

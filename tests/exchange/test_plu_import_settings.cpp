@@ -51,6 +51,7 @@ TEST(PluImportSettings, BadLinesArePassedOver) {
 
 TEST(PluImportSettings, ShortAndEmptyFilesNeverFail) {
     EXPECT_EQ(readImportSettings("", 38), ImportSettings{});
+    EXPECT_EQ(readImportSettings("0\n0\n\r\xCC\n", 38).weightFlag, "\xCC");  // a stray CR is no mark
     const auto s = readImportSettings("1", 38);
     EXPECT_EQ(s.separator, 1);
     EXPECT_TRUE(s.items.empty());
