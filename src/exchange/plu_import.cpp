@@ -499,6 +499,8 @@ ImportResult importPlus(store::Database& db, const std::string& path, const Impo
         // The rows there before, by store and number: the duplicates are settled against them.
         std::unordered_multimap<uint64_t, int64_t> before;
         {
+            auto n = db.prepare("SELECT count(*) FROM KVR_25");
+            if (n->step()) before.reserve(static_cast<size_t>(n->columnInt(0)));
             auto q = db.prepare("SELECT rowid, ST_No, PLU_No FROM KVR_25");
             while (q->step()) before.emplace(key(q->columnInt(1), q->columnInt(2)), q->columnInt(0));
         }
@@ -508,7 +510,7 @@ ImportResult importPlus(store::Database& db, const std::string& path, const Impo
             std::string pluNo;
         };
         std::unordered_map<uint64_t, Added> added;
-        added.reserve(1024);
+        added.reserve(text.size() / 32 + 16);  // about a line's worth of bytes per PLU at least
 
         const auto& names = reader->columns();
         std::string insert = "INSERT INTO KVR_25 (";

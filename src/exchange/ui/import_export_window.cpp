@@ -84,6 +84,7 @@ FrmImportReport::FrmImportReport(const shell::ProgramState& state, const ImportR
     auto* layout = new QVBoxLayout(this);
     auto* labCounts = new QLabel(this);
     labCounts->setObjectName("labCounts");
+    labCounts->setWordWrap(true);
     QString counts = cap("rptCounts").arg(result.lines).arg(result.added).arg(result.replaced);
     bool any = false;
     for (int a = 0; a < kImportActionCount; ++a)
