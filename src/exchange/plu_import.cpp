@@ -71,7 +71,9 @@ bool allDigits(std::string_view s) {
 constexpr int64_t kMin = std::numeric_limits<int32_t>::min();
 constexpr int64_t kMax = std::numeric_limits<int32_t>::max();
 
-const std::array<std::pair<const char*, std::array<const char*, 2>>, 20> kStatusPairs = {{
+// The value columns and the flags a used value sets. The text blocks are ours: without their flag
+// the record leaves the text out, and an imported text would be lost at the end of the run.
+const std::array<std::pair<const char*, std::array<const char*, 2>>, 23> kStatusPairs = {{
     {"PLU_UPrice", {"Stat1_UnitPrice", nullptr}},
     {"PLU_LBFormat1", {"Stat2_LBFormat1", nullptr}},
     {"PLU_LBFormat2", {"Stat2_LBFormat2", nullptr}},
@@ -91,6 +93,9 @@ const std::array<std::pair<const char*, std::array<const char*, 2>>, 20> kStatus
     {"PLU_IngredientNo", {"Stat2_IngredientNo", nullptr}},
     {"PLU_PlaceNo", {"Stat2_PlaceNo", nullptr}},
     {"PLU_Image1", {"Stat2_ImageNo", nullptr}},
+    {"PLU_Commodity", {"Stat2_Commodity", nullptr}},
+    {"PLU_Ingredient", {"Stat2_Ingredient", nullptr}},
+    {"PLU_SPMessage", {"Stat2_SPMessage", nullptr}},
     {nullptr, {nullptr, nullptr}},
 }};
 

@@ -106,6 +106,8 @@ TEST_F(PluImport, LongCommodityIsCutToFiftyWithFontAndEnd) {
     EXPECT_EQ(value("PLU_CommodityFirst", "PLU_No=1").toText(), std::string(50, 'a'));
     const auto ingredient = value("PLU_Ingredient", "PLU_No=1").bytes();
     EXPECT_EQ(ingredient, (store::Bytes{0x05, 4, 's', 'a', 'l', 't', 0x0C}));
+    EXPECT_EQ(value("Stat2_Commodity", "PLU_No=1").toInt(), 1);
+    EXPECT_EQ(value("Stat2_Ingredient", "PLU_No=1").toInt(), 1);
     EXPECT_TRUE(noted(r, 1, ImportAction::TextCut));
 }
 
@@ -293,6 +295,42 @@ TEST_F(PluImport, TheReportIsTabSeparatedWithCounts) {
               "\r\n"
               "empty line\t1\r\n"
               "modulo 256\t1\r\n");
+}
+
+}  // namespace
+}  // namespace brindale::testing
+
+namespace brindale::testing {
+namespace {
+
+// Imported PLUs are whole PLUs: the end packs each into its record and the next start reads them back.
+TEST_F(PluExchangeTest, ImportedPlusArePackedAtTheEndAndReadBack) {
+    exchange::ImportOptions o;
+    o.columns = {"PLU_No", "PLU_UPrice", "PLU_Tare", "Stat1_Unit", "PLU_EANItemCode", "PLU_EANFlags", "PLU_SBDate",
+                 "PLU_Disc_Type", "PLU_Disc_1stLim", "PLU_Commodity", "PLU_Ingredient", "PLU_SPMessage"};
+    o.weightFlag = "W";
+    o.stNo = 1;
+    o.mgNo = 997;
+    codec::CodePage page("CP1252");
+    o.codePage = &page;
+    o.barcodeLists = &chain.state->barcodeLists;
+    o.fontCodes = {0x02, 0x01, 0x00};
+    write("in.txt", "90001\t2.49\t0.005\tW\t12345\t1\t3\t1\t1.5\tApples\tSugar, salt\tKeep cool\r\n"
+                    "90002\t0.99\t0\tpcs\t123456\t0\t0\t0\t0\tPears\t\t\r\n");
+    const auto r = exchange::importPlus(db(), file("in.txt"), o);
+    ASSERT_EQ(r.outcome, exchange::ImportOutcome::Ok) << r.error;
+    EXPECT_TRUE(chain.end().empty());
+    chain.start();
+    EXPECT_EQ(value("PLU_UPrice", "PLU_No=90001 AND ST_No=1").toInt(), 249);
+    EXPECT_EQ(value("PLU_Tare", "PLU_No=90001").toInt(), 5);
+    EXPECT_EQ(value("PLU_EANItemCode", "PLU_No=90001").toText(), "12345");
+    EXPECT_EQ(value("PLU_CommodityFirst", "PLU_No=90001").toText(), "Apples");
+    EXPECT_EQ(value("PLU_CommodityFirst", "PLU_No=90002").toText(), "Pears");
+    EXPECT_EQ(value("Stat1_Unit", "PLU_No=90002").toInt(), 1);
+    EXPECT_EQ(value("PLU_Ingredient", "PLU_No=90001").bytes(),
+              (store::Bytes{0x01, 11, 'S', 'u', 'g', 'a', 'r', ',', ' ', 's', 'a', 'l', 't', 0x0C}));
+    EXPECT_TRUE(value("PLU_Ingredient", "PLU_No=90002").isNull());
+    EXPECT_EQ(value("PLU_Disc_1stLim", "PLU_No=90001").toInt(), 1500);
 }
 
 }  // namespace
