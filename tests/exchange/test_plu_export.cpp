@@ -73,6 +73,26 @@ TEST_F(PluExport, AFileThatCannotBeWrittenIsNamedAndNothingStays) {
     EXPECT_FALSE(chain.app.exists("no/such/folder/x.txt.part"));
 }
 
+TEST_F(PluExport, ProgressByRowsAndAStopLeavesNoFile) {
+    db().exec("DELETE FROM KVR_25");
+    db().exec("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 1200) "
+              "INSERT INTO KVR_25 (PLU_No, ST_No) SELECT i, 1 FROM n");
+    ExportOptions o;
+    o.columns = {"PLU_No"};
+    std::vector<std::pair<long, long>> calls;
+    o.progress = [&](long done, long total) {
+        calls.emplace_back(done, total);
+        return true;
+    };
+    ASSERT_TRUE(exportPlus(db(), file("p.txt"), o).ok);
+    EXPECT_EQ(calls, (std::vector<std::pair<long, long>>{{500, 1200}, {1000, 1200}, {1200, 1200}}));
+    o.progress = [](long, long) { return false; };
+    const auto r = exportPlus(db(), file("q.txt"), o);
+    EXPECT_FALSE(r.ok);
+    EXPECT_FALSE(chain.app.exists("q.txt"));
+    EXPECT_FALSE(chain.app.exists("q.txt.part"));
+}
+
 TEST_F(PluExport, AnUnknownColumnIsNamed) {
     ExportOptions o;
     o.columns = {"PLU_No", "NoSuchColumn"};

@@ -283,6 +283,29 @@ TEST_F(PluImport, ADatabaseFailureRollsBackAndNamesTheLine) {
     EXPECT_EQ(count("Is_Selected=1"), 1);
 }
 
+TEST_F(PluImport, ProgressReachesTheFileSizeAndAStopKeepsNothing) {
+    o.columns = {"PLU_No"};
+    std::string content;
+    for (int i = 1; i <= 2500; ++i) content += std::to_string(i) + "\n";
+    std::vector<std::pair<long long, long long>> calls;
+    o.progress = [&](long long done, long long total) {
+        calls.emplace_back(done, total);
+        return true;
+    };
+    auto r = run(content);
+    ASSERT_EQ(r.outcome, ImportOutcome::Ok);
+    ASSERT_EQ(calls.size(), 3u);  // after 1,000 and 2,000 lines, and at the end
+    EXPECT_LT(calls[0].first, calls[1].first);
+    EXPECT_EQ(calls.back(), std::make_pair(static_cast<long long>(content.size()), static_cast<long long>(content.size())));
+    EXPECT_EQ(count(), 2500);
+    db().exec("DELETE FROM KVR_25");
+    o.progress = [](long long, long long) { return false; };
+    r = run(content);
+    EXPECT_EQ(r.outcome, ImportOutcome::Failed);
+    EXPECT_NE(r.error.find("line 1000"), std::string::npos) << r.error;
+    EXPECT_EQ(count(), 0);
+}
+
 TEST_F(PluImport, TheReportIsTabSeparatedWithCounts) {
     o.columns = {"PLU_No", "PLU_EANFlags"};
     const auto r = run("1\t300\n\n");
