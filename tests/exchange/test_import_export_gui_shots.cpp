@@ -1,10 +1,11 @@
 // Pictures of frmImportOrExport (both directions) and the import report, for a person to look at
-// (not part of the suite): test_import_export_gui_shots OUT_FOLDER
+// (not part of the suite): test_import_export_gui_shots OUT_FOLDER [LanguageIndex]
 #include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <cstdlib>
 #include <fstream>
 
 #include "chain_generator.h"
@@ -21,7 +22,7 @@ int main(int argc, char** argv) {
     datagen::ChainShape shape;
     shape.stores = 1;
     shape.plus = 40;
-    testing::GuiApp g(testing::generatedApp(shape, 3));
+    testing::GuiApp g(testing::generatedApp(shape, 3, argc > 2 ? std::atoi(argv[2]) : 0));
     if (g.start() != 0) return 1;
     const std::string file = g.dir->path("prices.txt");
     exchange::ui::setFileChooser([&](QWidget*, bool, const QString&) { return QString::fromStdString(file); });

@@ -110,6 +110,8 @@ FrmImportReport::FrmImportReport(const shell::ProgramState& state, const ImportR
     }
     gridReport_->horizontalHeader()->setStretchLastSection(true);
     gridReport_->resizeColumnsToContents();
+    // A long text in the value column should not push what was done out of sight.
+    if (gridReport_->columnWidth(3) > 320) gridReport_->setColumnWidth(3, 320);
     layout->addWidget(gridReport_);
 
     auto* buttons = new QHBoxLayout;
@@ -123,7 +125,7 @@ FrmImportReport::FrmImportReport(const shell::ProgramState& state, const ImportR
     layout->addLayout(buttons);
     connect(save, &QPushButton::clicked, this, [this] { commandSave(); });
     connect(close, &QPushButton::clicked, this, &QDialog::accept);
-    resize(760, 480);
+    resize(900, 480);
 }
 
 void FrmImportReport::commandSave() {
