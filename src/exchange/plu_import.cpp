@@ -61,6 +61,36 @@ size_t utf8Prefix(std::string_view s, size_t chars, bool& cut) {
     return pos;
 }
 
+// A UTF-8 file's text with every byte that starts no valid sequence turned into '?', as the code
+// page does with what it cannot read, so that the rows hold valid UTF-8 only.
+std::string validUtf8(std::string_view s) {
+    std::string out;
+    out.reserve(s.size());
+    size_t i = 0;
+    while (i < s.size()) {
+        const auto b = static_cast<unsigned char>(s[i]);
+        size_t len = b < 0x80 ? 1 : (b >= 0xC2 && b <= 0xDF) ? 2 : (b >= 0xE0 && b <= 0xEF) ? 3 : (b >= 0xF0 && b <= 0xF4) ? 4 : 0;
+        bool ok = len > 0 && i + len <= s.size();
+        for (size_t k = 1; ok && k < len; ++k) ok = (static_cast<unsigned char>(s[i + k]) & 0xC0) == 0x80;
+        if (ok && len == 3) {
+            const auto c1 = static_cast<unsigned char>(s[i + 1]);
+            ok = !(b == 0xE0 && c1 < 0xA0) && !(b == 0xED && c1 >= 0xA0);  // overlong, surrogate
+        }
+        if (ok && len == 4) {
+            const auto c1 = static_cast<unsigned char>(s[i + 1]);
+            ok = !(b == 0xF0 && c1 < 0x90) && !(b == 0xF4 && c1 >= 0x90);
+        }
+        if (ok) {
+            out.append(s.data() + i, len);
+            i += len;
+        } else {
+            out += '?';
+            ++i;
+        }
+    }
+    return out;
+}
+
 bool allDigits(std::string_view s) {
     if (s.empty()) return false;
     for (char c : s)
@@ -254,7 +284,7 @@ void ImportLineReader::read(std::string_view line, long lineNo, bool utf8, Impor
         start = end + 1;
     }
     auto text = [&](std::string_view v) {
-        if (utf8 || !o_.codePage) return std::string(v);
+        if (utf8 || !o_.codePage) return validUtf8(v);
         return o_.codePage->decode(reinterpret_cast<const uint8_t*>(v.data()), v.size());
     };
     std::string pluText;
@@ -370,6 +400,10 @@ void ImportLineReader::read(std::string_view line, long lineNo, bool utf8, Impor
                 if (o_.codePage) o_.codePage->encode(t, page_);
                 else page_.assign(t.begin(), t.end());
                 if (page_.size() > 255) page_.resize(255);
+                if (page_.empty()) {  // nothing the page can write: no text, as for an empty value
+                    out = store::Value();
+                    break;
+                }
                 store::Bytes block;
                 block.reserve(page_.size() + 3);
                 block.push_back(o_.fontCodes[static_cast<size_t>(c.font)]);

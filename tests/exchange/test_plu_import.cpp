@@ -119,6 +119,10 @@ TEST_F(PluImport, TextInTheCodePageAndUtf8WithItsMark) {
     run("\xEF\xBB\xBF" "2\tcr\xC3\xA8me\n");
     EXPECT_EQ(value("PLU_CommodityFirst", "PLU_No=2").toText(), "cr\xC3\xA8me");
     EXPECT_EQ(value("PLU_Commodity", "PLU_No=2").bytes(), (store::Bytes{0x1A, 5, 'c', 'r', 0xE8, 'm', 'e', 0x0C}));
+    // A byte that starts no UTF-8 character in a UTF-8 file is read as '?'.
+    o.columns = {"PLU_No", "PLU_Nutr_SerSize"};
+    run("\xEF\xBB\xBF" "3\ta\xCB%b\xC3\n");
+    EXPECT_EQ(value("PLU_Nutr_SerSize", "PLU_No=3").toText(), "a?%b?");
 }
 
 // Edge: PLU_EANFlags 300 gives 44.
