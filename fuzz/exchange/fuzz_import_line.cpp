@@ -23,9 +23,24 @@ const char* kItems[] = {"PLU_No", "ST_No", "PLU_MG", "PLU_UPrice", "PLU_Cost", "
     "PLU_Ingredient", "PLU_SPMessage", "PLU_Nutr_SerSize", "PLU_CPLUPreset"};
 constexpr size_t kItemCount = sizeof kItems / sizeof kItems[0];
 
+store::TableDef narrow(const store::TableDef* full) {
+    store::TableDef t;
+    if (!full) return t;
+    t.name = full->name;
+    for (const auto& c : full->columns) {
+        bool keep = c.name.rfind("Stat1_", 0) == 0 || c.name.rfind("Stat2_", 0) == 0 || c.name == "ST_No" ||
+                    c.name == "PLU_CommodityFirst";
+        for (const char* item : kItems) keep = keep || c.name == item;
+        if (keep) t.columns.push_back(c);
+    }
+    return t;
+}
+
 struct Fixed {
     store::Schema schema = store::readSchemaFile(BRINDALE_SOURCE_ROOT "/Database/ABC1.txt");
-    const store::TableDef* table = schema.find("KVR_25");
+    // KVR_25 narrowed to the columns an import can write, so that each run looks up fewer names.
+    store::TableDef narrowed = narrow(schema.find("KVR_25"));
+    const store::TableDef* table = narrowed.columns.empty() ? nullptr : &narrowed;
     codec::CodePage western{"CP1252"};
     codec::CodePage chinese{"GBK"};
     codec::BarcodeLists lists;
