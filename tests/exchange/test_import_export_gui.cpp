@@ -228,6 +228,34 @@ TEST_F(ImportExportGui, ImportWithTheSeparatorMessageAndTheReportRows) {
     EXPECT_NE(saved.find("3\t\t\t\t" + act("actEmptyLine") + "\r\n"), std::string::npos) << saved;
 }
 
+TEST_F(ImportExportGui, TheProgressBarFollowsTheFileBesideTheWaitingLabel) {
+    FrmImportOrExport w(g->state());
+    w.show();
+    choose(w, {"PLU_No", "PLU_UPrice"});
+    child<QLineEdit>(&w, "txtWeightFlag")->setText("W");
+    std::string content;
+    for (int i = 1; i <= 5000; ++i) content += std::to_string(80000 + i) + "\t1.00\n";
+    write("many.txt", content);
+    nextFile = path("many.txt");
+    auto* bar = child<QProgressBar>(&w, "prgWaiting");
+    auto* waiting = child<QLabel>(&w, "labWaiting");
+    std::vector<int> values;
+    bool shownTogether = true;
+    QObject::connect(bar, &QProgressBar::valueChanged, [&](int v) {
+        values.push_back(v);
+        shownTogether = shownTogether && bar->isVisible() && waiting->isVisible();
+    });
+    EXPECT_FALSE(bar->isVisible());
+    child<QPushButton>(&w, "cmdImport")->click();
+    EXPECT_EQ(count("PLU_No > 80000 AND PLU_No <= 85000"), 4999);  // the first line was taken as the heading
+    ASSERT_FALSE(values.empty());
+    EXPECT_TRUE(std::find(values.begin(), values.end(), 1000) != values.end());  // the whole file
+    EXPECT_LE(values.size(), 8u);  // a few repaints, not one per line
+    EXPECT_TRUE(shownTogether);
+    EXPECT_FALSE(bar->isVisible());
+    EXPECT_FALSE(waiting->isVisible());
+}
+
 TEST_F(ImportExportGui, SettingsSavedAndOpenedAgain) {
     FrmImportOrExport w(g->state());
     choose(w, {"PLU_No", "PLU_Commodity", "PLU_UPrice"});

@@ -400,7 +400,7 @@ void FrmImportOrExport::commandOpen() {
 void FrmImportOrExport::setWaiting(bool on) {
     labWaiting_->setVisible(on);
     prgWaiting_->setVisible(on);
-    prgWaiting_->setValue(0);
+    if (on) prgWaiting_->setValue(0);  // the bar shows the last run's end until it is hidden
     for (QPushButton* b : {commandOpen_, commandSave_, cmdImport_, cmdExport_, cmdImportReport_, cmdClose_}) b->setEnabled(!on);
     if (!on) cmdImportReport_->setEnabled(imported_ || !last_.notes.empty());
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
