@@ -272,7 +272,7 @@ void ImportLineReader::read(std::string_view line, long lineNo, bool utf8, Impor
     row.status = 0;
     const char sep = separatorByte(o_.separator).value_or('\t');
     fields_.clear();
-    std::vector<std::string_view> fields;
+    std::vector<std::string_view>& fields = fields_;
     size_t start = 0;
     while (true) {
         const size_t end = line.find(sep, start);

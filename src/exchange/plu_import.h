@@ -125,7 +125,7 @@ private:
     std::vector<std::pair<int, std::vector<int>>> statusPairs_;  // value slot, flag slots
     std::vector<int> discountSlots_;
     int discountFlag_ = -1;
-    std::vector<std::string> fields_;
+    std::vector<std::string_view> fields_;  // the current line's values, kept to spare an allocation a line
     std::vector<uint8_t> page_;
 };
 
