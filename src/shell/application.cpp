@@ -36,6 +36,7 @@
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
 #include "presetkey/ui/preset_windows.h"
+#include "exchange/ui/import_export_window.h"
 
 namespace brindale::shell {
 
@@ -178,6 +179,13 @@ int Application::start() {
             w.exec();
         });
         main_->setCommandEnabled("menuTransferLog", true);
+        // PLUs to and from text files; after an import the list is read again.
+        main_->setHandler("menuImportOrExport", [this, list] {
+            if (!state_.Conn || main_->askSavePLU() == 3) return;
+            exchange::ui::FrmImportOrExport w(state_, main_.get());
+            w.exec();
+            if (w.imported()) list->refreshPLUList();
+        });
         tree->loadEvent();
     } catch (const std::exception& e) {
         loading.hide();

@@ -282,8 +282,8 @@ std::map<std::string, bool> commandStates(const CommandInput& in) {
                               "menuScrollMSG", "menuEditImage", "menuEditLogo", "menuEditOtherFiles"})
             s[m] = false;
     } else {
-        for (const char* m : {"menuEditFlexiBarcode", "menuEditLabelFormat", "menuExportReport", "menuScrollMSG",
-                              "menuEditImage", "menuEditLogo", "menuEditOtherFiles"})
+        for (const char* m : {"menuEditFlexiBarcode", "menuEditLabelFormat", "menuExportReport", "menuImportOrExport",
+                              "menuScrollMSG", "menuEditImage", "menuEditLogo", "menuEditOtherFiles"})
             s[m] = true;
         s["menuEditPresetKey"] = false;
         s["menuEditReportFormat"] = in.scaleTypeIndex != 0;

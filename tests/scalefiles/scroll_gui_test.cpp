@@ -110,5 +110,22 @@ TEST_F(ScrollWindow, TwoRowsWithOneNumberAreRefusedNamingBothAndNothingIsSent) {
     EXPECT_TRUE(fetched(0, "3F").empty());
 }
 
+// A table of more messages than the grid's ten rows loses none of them to a save.
+TEST_F(ScrollWindow, MoreMessagesThanTenRowsAreAllShownAndKeptBySavingOne) {
+    for (int n = 1; n <= 12; ++n)
+        db().exec("INSERT INTO KVR_3F (Number, Data, Is_Selected) VALUES (" + std::to_string(n) + ", 'message " +
+                  std::to_string(n) + "', 0)");
+    inWindow("menuScrollMSG", "frmScrollMSG", [&](QDialog* w) {
+        auto* grid = w->findChild<QTableWidget*>("gridScrollMsg");
+        ASSERT_EQ(grid->rowCount(), 12);
+        EXPECT_EQ(grid->item(11, 1)->text(), "message 12");
+        typeCell(w, 11, 1, "changed");
+        button(w, "cmdSaveM")->click();
+    });
+    EXPECT_EQ(g->count("SELECT * FROM KVR_3F"), 12);
+    EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 12 AND Data = 'changed'"), 1);
+    EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 11 AND Data = 'message 11'"), 1);
+}
+
 }  // namespace
 }  // namespace brindale::testing

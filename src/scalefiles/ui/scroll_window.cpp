@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "scalefiles/ui/scroll_window.h"
 
 #include <QComboBox>
@@ -150,7 +152,10 @@ QString FrmScrollMSG::text(const char* key) const { return qs(state_.text("frm_S
 
 void FrmScrollMSG::fillGrid() {
     const auto rows = loadScrollMessages(*state_.Conn);
-    for (int r = 0; r < kScrollGridRows; ++r) {
+    // Ten rows as a rule; a table that holds more (from another program's mirror) shows them all,
+    // since the save writes the grid's rows in place of the table's.
+    grid_->setRowCount(std::max(kScrollGridRows, static_cast<int>(rows.size())));
+    for (int r = 0; r < grid_->rowCount(); ++r) {
         const bool has = r < static_cast<int>(rows.size());
         grid_->setItem(r, 0, new QTableWidgetItem(has ? qs(rows[static_cast<std::size_t>(r)].number) : QString()));
         grid_->setItem(r, 1, new QTableWidgetItem(has ? qs(rows[static_cast<std::size_t>(r)].text) : QString()));
