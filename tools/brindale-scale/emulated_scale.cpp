@@ -7,6 +7,7 @@
 #include <memory>
 #include <sys/socket.h>
 
+#include "reportformat/report_format.h"
 #include "transfer/records.h"
 
 namespace brindale::scaleemu {
@@ -14,6 +15,18 @@ namespace brindale::scaleemu {
 namespace fs = std::filesystem;
 namespace net = transfer::net;
 namespace proto = transfer::proto;
+
+namespace {
+
+// What a scale refuses inside a record whose length is right: the report formats and sequences
+// are read as the scale reads them. Empty when the record is taken.
+std::string contentRefusal(const std::string& code, const uint8_t* data, size_t size) {
+    if (code == "AA") return reportformat::readFormatRecord(data, size).error;
+    if (code == "AB") return reportformat::readSequenceRecord(data, size).error;
+    return {};
+}
+
+}  // namespace
 using proto::Cmd;
 using proto::ErrCode;
 
@@ -247,6 +260,7 @@ void EmulatedScale::serve(net::Socket sock) {
                 const auto& r = batch.records[i];
                 std::string e = transfer::checkRecord(batch.code, r.data, r.size);
                 if (e.empty() && r.size < 4) e = "record too short for a record number";
+                if (e.empty()) e = contentRefusal(batch.code, r.data, r.size);
                 if (!e.empty()) {
                     bad = true;
                     if (!refuse(ErrCode::BadRecord, uint32_t(i), e)) break;
