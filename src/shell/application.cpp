@@ -29,6 +29,7 @@
 #include "transfer/ui/main_transfers.h"
 #include "tree_controller.h"
 #include "transfer/ui/transfer_log_window.h"
+#include "reportformat/ui/report_format_form.h"
 
 namespace brindale::shell {
 
@@ -96,6 +97,19 @@ int Application::start() {
             w.exec();
         });
         main_->setCommandEnabled("menuTransferLog", true);
+        // Report formats and sequences, modal over the main window; their sends run as every
+        // window's flows do.
+        main_->setHandler("menuEditReportFormat", [this] {
+            if (!state_.Conn) return;
+            auto* transfers = transfer::ui::MainTransfers::of(*main_);
+            reportformat::ui::FrmReportFormat w(
+                state_,
+                [transfers](transfer::Flow flow, transfer::FlowHooks hooks) {
+                    return transfers->run(flow, {}, std::move(hooks));
+                },
+                main_.get());
+            w.exec();
+        });
         tree->loadEvent();
     } catch (const std::exception& e) {
         loading.hide();
