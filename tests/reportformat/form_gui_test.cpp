@@ -1,6 +1,7 @@
 // frmReportFormat offscreen, by control name: the opening, typing under the limit, placeholders at
 // the caret, the font cut, the line buttons, the questions of the lists, the reset rule on save and
 // on send, the closing question, damaged and bad stored input, the previews.
+#include <QScrollBar>
 #include <QTest>
 
 #include "form_support.h"
@@ -576,6 +577,13 @@ TEST(ReportFormatGui, ThePreviewsShowSamplesOrNamesAndTheLabelsByPrintType) {
     const std::string name = s.state.lang.find("Reportformat_PLUdaily")->valueAt(static_cast<size_t>(itemOf(s, 1, "3002")));
     EXPECT_EQ(f.formatPreviewTexts()[1].toStdString(), "[" + name + "]");
     EXPECT_EQ(f.sequencePreviewTexts()[1].toStdString(), "[" + name + "]");
+    // The scroll bar runs over what the canvas cannot show.
+    f.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&f));
+    auto* bar = child<QScrollBar>(&f, "VScrollDisplayReportSeq");
+    auto* canvas = child<QWidget>(&f, "picDisplayReportSeq");
+    EXPECT_GT(bar->maximum(), 0);
+    EXPECT_EQ(bar->maximum(), f.sequencePreview().height() - canvas->height());
     // Receipt: 384 dots and the margins wide at 100 %, twice that at 200 %.
     const int w100 = f.formatPreview().width();
     EXPECT_EQ(w100, 384 + 24);

@@ -32,8 +32,11 @@ namespace brindale::reportformat::ui {
 class PreviewCanvas : public QWidget {
 public:
     explicit PreviewCanvas(QWidget* parent) : QWidget(parent) { setMinimumSize(200, 160); }
+    // The scroll bar that moves the image; its range follows the image and the canvas's height.
+    void setScrollBar(QScrollBar* bar) { bar_ = bar; }
     void setImage(const QImage& img) {
         image_ = img;
+        updateRange();
         update();
     }
     void setOffset(int y) {
@@ -43,6 +46,7 @@ public:
     int overflow() const { return std::max(0, image_.height() - height()); }
 
 protected:
+    void resizeEvent(QResizeEvent*) override { updateRange(); }
     void paintEvent(QPaintEvent*) override {
         QPainter p(this);
         p.fillRect(rect(), QColor(128, 128, 128));
@@ -51,8 +55,16 @@ protected:
     }
 
 private:
+    void updateRange() {
+        if (bar_) {
+            bar_->setRange(0, overflow());
+            bar_->setPageStep(std::max(1, height()));
+            bar_->setSingleStep(16);
+        }
+    }
     QImage image_;
     int offset_ = 0;
+    QScrollBar* bar_ = nullptr;
 };
 
 namespace {
@@ -329,6 +341,8 @@ void FrmReportFormat::buildWidgets() {
     connect(cmdSaveSN_, &QPushButton::clicked, this, [this] { cmdSaveSN(); });
     connect(cmdDownloadFN_, &QPushButton::clicked, this, [this] { cmdDownloadFN(); });
     connect(cmdDownloadSN_, &QPushButton::clicked, this, [this] { cmdDownloadSN(); });
+    picDisplayReport_->setScrollBar(VScrollDisplayReport_);
+    picDisplayReportSeq_->setScrollBar(VScrollDisplayReportSeq_);
     connect(VScrollDisplayReport_, &QScrollBar::valueChanged, picDisplayReport_, &PreviewCanvas::setOffset);
     connect(VScrollDisplayReportSeq_, &QScrollBar::valueChanged, picDisplayReportSeq_, &PreviewCanvas::setOffset);
     // The cell editors follow their cell when the grid scrolls.
@@ -891,13 +905,11 @@ void FrmReportFormat::DisplayReportSeqAny() {
 void FrmReportFormat::showFormatImage(QImage img) {
     formatImage_ = std::move(img);
     picDisplayReport_->setImage(formatImage_);
-    VScrollDisplayReport_->setRange(0, picDisplayReport_->overflow());
 }
 
 void FrmReportFormat::showSequenceImage(QImage img) {
     sequenceImage_ = std::move(img);
     picDisplayReportSeq_->setImage(sequenceImage_);
-    VScrollDisplayReportSeq_->setRange(0, picDisplayReportSeq_->overflow());
 }
 
 std::vector<QString> FrmReportFormat::formatPreviewTexts() const {
