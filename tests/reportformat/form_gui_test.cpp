@@ -363,6 +363,13 @@ TEST(ReportFormatGui, NumberFieldsTakeDigitsOnlyAndTheStatusLimitsTheCondition) 
     FormState s;
     FrmReportFormat f(s.state, s.runner());
     combo(&f, "comboRptFormatType")->setCurrentIndex(1);
+    f.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&f));
+    // Entering a number field selects its content, so that typing replaces it.
+    edit(&f, "txtEndNo")->setText("77");
+    edit(&f, "txtEndNo")->setFocus();
+    QTest::qWait(20);
+    EXPECT_EQ(edit(&f, "txtEndNo")->selectedText(), "77");
     QLineEdit* start = edit(&f, "txtStartNo");
     start->setFocus();
     start->selectAll();

@@ -186,11 +186,15 @@ LabelImage renderLabels(const std::vector<PreviewBlock>& blocks, int labelHeight
     for (const Placed& pl : placed) {
         const double yy = top(pl.label) + pl.y * zoom;
         // A line taller than the whole label is cut at its bottom edge, as the printer would.
-        p.save();
-        p.setClipRect(QRectF(x0, top(pl.label), kPrintDots * zoom, labelH * zoom));
+        const int h = pl.missing ? kBaseCellHeight : lineHeight(pl.line->font);
+        const bool cut = pl.y + h > labelH;
+        if (cut) {
+            p.save();
+            p.setClipRect(QRectF(x0, top(pl.label), kPrintDots * zoom, labelH * zoom));
+        }
         if (pl.missing) drawMissing(p, *pl.missing, x0, yy, zoom);
         else drawLine(p, *pl.line, x0, yy, zoom);
-        p.restore();
+        if (cut) p.restore();
     }
     for (int n = 0; n < labels; ++n) dashedFrame(p, QRectF(x0 + 2 * zoom, top(n) + 2 * zoom, (kPrintDots - 4) * zoom, (labelH - 4) * zoom));
     return out;
