@@ -610,3 +610,33 @@ TEST(ReportFormatGui, ThePreviewsShowSamplesOrNamesAndTheLabelsByPrintType) {
     EXPECT_EQ(f.sequenceLabels(), 0);
     EXPECT_EQ(f.seqSaved(), 0);  // the print type is stored with the sequence
 }
+
+TEST(ReportPreview, ALineAtItsLimitFillsThePrintWidth) {
+    using namespace brindale::reportformat::ui;
+    for (int model : {1, 3, 4, 37})
+        for (const auto& font : fontsFor(model))
+            EXPECT_EQ(kBaseCellWidth * cellMultiple(font.code) * *lineLimit(font.code), kPrintDots) << font.name;
+    EXPECT_EQ(cellMultiple(3), 1);
+    EXPECT_EQ(cellMultiple(5), 2);
+    EXPECT_EQ(cellMultiple(23), 3);
+    EXPECT_EQ(cellMultiple(32), 4);
+    EXPECT_EQ(cellMultiple(99), 1);
+    // Heights by font: four lines of font 3 and one of font 32 make 4 x 16 + 64 dots of print.
+    const QImage img = renderReceipt({PreviewBlock{{{"A", 3}, {"B", 3}, {"C", 3}, {"D", 3}, {"E", 32}}, {}}}, 1.0);
+    EXPECT_EQ(img.height(), 4 * 16 + 64 + 2 * kMargin);
+    EXPECT_EQ(img.width(), kPrintDots + 2 * kMargin);
+    // Ink of a full line of font 32 reaches into its last cell and not beyond the print width.
+    const QImage full = renderReceipt({PreviewBlock{{{QString(12, QChar('M')), 32}}, {}}}, 1.0);
+    auto inkIn = [&](int x0, int x1) {
+        for (int x = x0; x < x1; ++x)
+            for (int y = kMargin + 2; y < kMargin + 60; ++y)
+                if (qGray(full.pixel(x, y)) < 100) return true;
+        return false;
+    };
+    EXPECT_TRUE(inkIn(kMargin + kPrintDots - 32, kMargin + kPrintDots - 2));
+    EXPECT_FALSE(inkIn(kMargin + kPrintDots + 2, full.width()));
+    // Labels of 40 mm: 320 dots each, 20 dots of backing paper between them.
+    const LabelImage two = renderLabels({PreviewBlock{std::vector<PreviewLine>(11, PreviewLine{"x", 8}), {}}}, 40, 1.0, "next");
+    EXPECT_EQ(two.labels, 2);
+    EXPECT_EQ(two.image.height(), 2 * 320 + 20 + 2 * kMargin);
+}
