@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "reportformat/report_format.h"
 
@@ -60,8 +61,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         case 1: {
             const SequenceRecordView v = readSequenceRecord(rec, n);
             if (v.error.empty()) {
+                // Bytes 6 and 7 are not looked into (a scale takes them as they come) and are
+                // written as zero.
+                std::vector<uint8_t> expected(rec, rec + n);
+                expected[6] = expected[7] = 0;
                 const auto again = buildSequenceRecord(v.fields);
-                check(again.has_value() && again->size() == n && std::memcmp(again->data(), rec, n) == 0);
+                check(again.has_value() && *again == expected);
             }
             break;
         }

@@ -427,6 +427,12 @@ TEST(ReportReader, TheScalesRefusalsOfASequenceRecord) {
     EXPECT_NE(errorOf(with(48, 4)).find("byte 48"), std::string::npos);
     for (size_t at = 50; at < 68; ++at) EXPECT_NE(errorOf(with(at, 0x80)).find("byte " + std::to_string(at)), std::string::npos);
     EXPECT_EQ(errorOf(with(49, 0xFF)), "");  // status bits are the scale's business
+    // Bytes 6 and 7 are taken as they come; built again they are zero.
+    Bytes six = with(6, 1);
+    six[7] = 1;
+    const auto v = readSequenceRecord(six.data(), six.size());
+    EXPECT_EQ(v.error, "");
+    EXPECT_EQ(*buildSequenceRecord(v.fields), good);
 }
 
 TEST(ReportResetRule, EveryTypeAndPosition) {
