@@ -37,6 +37,7 @@
 #include "transfer/ui/transfer_log_window.h"
 #include "presetkey/ui/preset_windows.h"
 #include "exchange/ui/import_export_window.h"
+#include "reportformat/ui/report_format_form.h"
 
 namespace brindale::shell {
 
@@ -185,6 +186,19 @@ int Application::start() {
             exchange::ui::FrmImportOrExport w(state_, main_.get());
             w.exec();
             if (w.imported()) list->refreshPLUList();
+        });
+        // Report formats and sequences, modal over the main window; their sends run as every
+        // window's flows do.
+        main_->setHandler("menuEditReportFormat", [this] {
+            if (!state_.Conn) return;
+            auto* transfers = transfer::ui::MainTransfers::of(*main_);
+            reportformat::ui::FrmReportFormat w(
+                state_,
+                [transfers](transfer::Flow flow, transfer::FlowHooks hooks) {
+                    return transfers->run(flow, {}, std::move(hooks));
+                },
+                main_.get());
+            w.exec();
         });
         tree->loadEvent();
     } catch (const std::exception& e) {

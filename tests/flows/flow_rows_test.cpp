@@ -4,6 +4,7 @@
 #include <map>
 
 #include "flow_fixture.h"
+#include "reportformat/report_format.h"
 #include "transfer/records.h"
 
 namespace brindale::testing {
@@ -15,6 +16,17 @@ using transfer::FlowEnd;
 // A record the scales take for a file: its number in the first four bytes, its length in bytes 4
 // and 5 where the file has no fixed length.
 store::Bytes recordOf(const std::string& code, uint32_t number) {
+    // Report formats and sequences are read for their content too: an empty one of each.
+    if (code == "AA") {
+        reportformat::FormatRecordFields f;
+        f.code = number;
+        return *reportformat::buildFormatRecord(f);
+    }
+    if (code == "AB") {
+        reportformat::SequenceRecordFields q;
+        q.code = number;
+        return *reportformat::buildSequenceRecord(q);
+    }
     const size_t fixed = transfer::fixedRecordLength(code);
     const size_t size = fixed ? fixed : 24;
     store::Bytes r(size, 0x20);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <sys/socket.h>
 
+#include "reportformat/report_format.h"
 #include "transfer/records.h"
 
 namespace brindale::scaleemu {
@@ -40,6 +41,11 @@ void keepImageWhole(FileRecords& f, const uint8_t* end) {
 namespace fs = std::filesystem;
 namespace net = transfer::net;
 namespace proto = transfer::proto;
+
+namespace {
+
+
+}  // namespace
 using proto::Cmd;
 using proto::ErrCode;
 
@@ -80,6 +86,16 @@ std::string labelFormatRefusal(const uint8_t* d, size_t n) {
         v = v * 100 + (d[i] >> 4) * 10 + (d[i] & 0xF);
     }
     if (v < 1 || v > 99) return "label format number " + std::to_string(v) + " is not 1 to 99";
+    return {};
+}
+
+// What a scale refuses inside a record whose length is right, file by file: label formats, report
+// formats and sequences, preset keys, each read as the scale reads it. Empty when it is taken.
+std::string contentRefusal(const std::string& code, const uint8_t* data, size_t size) {
+    if (code == "34") return labelFormatRefusal(data, size);
+    if (code == "41") return presetKeyFault(data, size);
+    if (code == "AA") return reportformat::readFormatRecord(data, size).error;
+    if (code == "AB") return reportformat::readSequenceRecord(data, size).error;
     return {};
 }
 
@@ -315,8 +331,7 @@ void EmulatedScale::serve(net::Socket sock) {
                 const auto& r = batch.records[i];
                 std::string e = transfer::checkRecord(batch.code, r.data, r.size);
                 if (e.empty() && r.size < 4) e = "record too short for a record number";
-                if (e.empty() && batch.code == "41") e = presetKeyFault(r.data, r.size);
-                if (e.empty() && batch.code == "34") e = labelFormatRefusal(r.data, r.size);
+                if (e.empty()) e = contentRefusal(batch.code, r.data, r.size);
                 if (!e.empty()) {
                     bad = true;
                     if (!refuse(ErrCode::BadRecord, uint32_t(i), e)) break;
