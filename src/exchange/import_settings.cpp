@@ -46,15 +46,6 @@ std::optional<uint8_t> fontCodeAt(int position) {
     return kFontCodes[static_cast<size_t>(position)];
 }
 
-std::optional<char> separatorByte(int position) {
-    switch (position) {
-        case 0: return '\t';
-        case 1: return ',';
-        case 2: return ';';
-        default: return std::nullopt;
-    }
-}
-
 int textColumnIndex(std::string_view column) {
     for (size_t i = 0; i < kTextColumns.size(); ++i) {
         const auto& t = kTextColumns[i];

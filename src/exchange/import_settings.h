@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "exchange/separator.h"
+
 namespace brindale::exchange {
 
 // The font codes a text column can be given, by position in the font list. Positions 33 and 34
@@ -17,8 +19,6 @@ namespace brindale::exchange {
 inline constexpr int kFontCodeCount = 33;
 std::optional<uint8_t> fontCodeAt(int position);
 
-// The separator byte of a position of the separator list: 0 tab, 1 comma, 2 semicolon.
-std::optional<char> separatorByte(int position);
 
 // The three text columns, in the order the window keeps their font positions.
 inline constexpr std::array<std::string_view, 3> kTextColumns = {"PLU_Commodity", "PLU_Ingredient", "PLU_SPMessage"};

@@ -49,14 +49,6 @@ std::string twoDigits(int h) { return (h < 10 ? "0" : "") + std::to_string(h); }
 
 }  // namespace
 
-char separatorByte(int position) {
-    switch (position) {
-    case 1: return 0x2C;
-    case 2: return 0x3B;
-    default: return 0x09;
-    }
-}
-
 std::vector<std::string> reportColumns(store::Database& db, const TotalsLayout& layout) {
     std::vector<std::string> out;
     const store::TableDef* def = db.table(layout.table);
@@ -102,7 +94,7 @@ ExportResult exportReport(store::Database& db, const ExportRequest& req,
     const std::vector<int> positions = chosenPositions(req.columns, req.chosen);
     for (size_t i = 0; i < positions.size(); ++i)
         if (positions[i] < 0) throw ExportError(std::string(req.layout->table) + ": no column " + req.chosen[i]);
-    const char sep = separatorByte(req.separator);
+    const char sep = separatorByte(req.separator).value_or('\t');
     const std::string eol = "\r\n";
 
     std::string out;

@@ -14,10 +14,10 @@ namespace brindale::store {
 class Database;
 }
 
+#include "exchange/separator.h"
+
 namespace brindale::exchange {
 
-// comboSeperator: position 0 tab, 1 comma, 2 semicolon.
-char separatorByte(int position);
 
 // listItem: every column of the report's table, in table order, as the database names them.
 std::vector<std::string> reportColumns(store::Database& db, const TotalsLayout& layout);

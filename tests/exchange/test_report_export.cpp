@@ -95,12 +95,6 @@ TEST(ReportForms, AmountWeightTimeAndPlain) {
     EXPECT_EQ(formatValue("1234", ExportForm::Amount, s), "1234,");  // a sign behind the last digit
 }
 
-TEST(ReportForms, SeparatorBytes) {
-    EXPECT_EQ(separatorByte(0), '\t');
-    EXPECT_EQ(separatorByte(1), ',');
-    EXPECT_EQ(separatorByte(2), ';');
-}
-
 TEST_F(ExportDb, ListItemIsEveryColumnInTableOrder) {
     const auto cols = reportColumns(*db, *totalsLayout("59"));
     ASSERT_EQ(cols.size(), 11u);
