@@ -46,7 +46,12 @@ int main(int argc, char** argv) {
     store::Database& db = *st.Conn;
     int status = 0;
     for (int round = 1; round <= 3; ++round) {
-        db.exec("UPDATE KVR_25 SET KVRBinData = NULL");
+        // Stale records: by default every price changed (the records keep their size); with
+        // BRINDALE_BENCH_NULL_RECORDS=1 every record gone, so that each row grows when packed.
+        if (std::getenv("BRINDALE_BENCH_NULL_RECORDS"))
+            db.exec("UPDATE KVR_25 SET KVRBinData = NULL");
+        else
+            db.exec("UPDATE KVR_25 SET PLU_UPrice = (PLU_UPrice + 1) % 1000000");
         const double c0 = cpuSeconds();
         const auto t0 = Clock::now();
         const auto r = store::packPluRows(db, st.codecEnvironment(), "", true, [](long, long) {});
