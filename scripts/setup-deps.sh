@@ -11,7 +11,7 @@ PACKAGES=(
   clang libclang-rt-14-dev
   xvfb xauth fonts-noto-cjk
   qt6-translations-l10n
-  qt6-charts-dev libzint-dev zbar-tools fonts-liberation2
+  qt6-charts-dev libzint-dev zbar-tools fonts-liberation2 poppler-utils
 )
 
 missing=()
