@@ -28,7 +28,8 @@ store::Bytes recordOf(const std::string& code, uint32_t number) {
         return *reportformat::buildSequenceRecord(q);
     }
     const size_t fixed = transfer::fixedRecordLength(code);
-    const size_t size = fixed ? fixed : 24;
+    // A label format has one of a format store's three sizes.
+    const size_t size = fixed ? fixed : (code == "34" ? 1118 : 24);
     store::Bytes r(size, 0x20);
     for (int i = 3; i >= 0; --i, number /= 100) r[size_t(i)] = uint8_t(((number / 10) % 10) << 4 | (number % 10));
     if (code == "41") {  // a keyboard takes only the shape of a real key record

