@@ -19,6 +19,7 @@
 #include "codec/plu_record.h"
 #include "emulated_scale.h"
 #include "gui_support.h"
+#include "loopback_scales.h"
 #include "plu/ui/plu_list.h"
 #include "shell/lifecycle.h"
 #include "store/hierarchy.h"
@@ -74,25 +75,11 @@ protected:
         g = std::make_unique<GuiApp>(generatedChain());
         ASSERT_EQ(g->start(), 0);
         std::string error;
-        scales = scaleemu::startScales({"127.0.0.2", "127.0.0.3", "127.0.0.4"},
-                                       [this](const std::string& a) { return refuse(a); }, error);
+        scales = startLoopbackScales(*g, closer, [this](const std::string& a) { return refuse(a); }, error);
         ASSERT_EQ(scales.size(), 3u) << error;
-        transfer::TransferOptions to;
-        to.port = scales[0]->port();
-        to.connectTimeout = std::chrono::milliseconds(2000);
-        to.replyTimeout = std::chrono::milliseconds(5000);
-        to.scaleTimeout = std::chrono::milliseconds(20000);
-        g->w().KVRDataTrans1().setOptions(to);
         list = plu::ui::PluList::of(g->w());
         ASSERT_NE(list, nullptr);
         ASSERT_NE(transfer::ui::MainTransfers::of(g->w()), nullptr);
-        QObject::connect(&closer, &QTimer::timeout, [] {
-            QWidget* m = QApplication::activeModalWidget();
-            if (!m || m->objectName() != "frmTransfer") return;
-            auto* close = m->findChild<QPushButton*>("cmdClose");
-            if (close && close->isEnabled()) close->click();
-        });
-        closer.start(20);
         g->select("SECT 1 1");  // section 1: 127.0.0.2 and 127.0.0.3
         ASSERT_GT(list->shownCount(), 5);
     }

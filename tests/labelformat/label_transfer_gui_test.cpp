@@ -12,6 +12,7 @@
 #include "chain_generator.h"
 #include "emulated_scale.h"
 #include "gui_support.h"
+#include "loopback_scales.h"
 #include "labelformat/codec.h"
 #include "labelformat/ui/label_format.h"
 #include "store/hierarchy.h"
@@ -83,22 +84,8 @@ protected:
             return a;
         });
         std::string error;
-        scales = scaleemu::startScales({"127.0.0.2", "127.0.0.3", "127.0.0.4"},
-                                       [this](const std::string& a) { return refuse(a); }, error);
+        scales = startLoopbackScales(*g, closer, [this](const std::string& a) { return refuse(a); }, error);
         ASSERT_EQ(scales.size(), 3u) << error;
-        transfer::TransferOptions to;
-        to.port = scales[0]->port();
-        to.connectTimeout = std::chrono::milliseconds(2000);
-        to.replyTimeout = std::chrono::milliseconds(5000);
-        to.scaleTimeout = std::chrono::milliseconds(20000);
-        g->w().KVRDataTrans1().setOptions(to);
-        QObject::connect(&closer, &QTimer::timeout, [] {
-            QWidget* m = QApplication::activeModalWidget();
-            if (!m || m->objectName() != "frmTransfer") return;
-            auto* close = m->findChild<QPushButton*>("cmdClose");
-            if (close && close->isEnabled()) close->click();
-        });
-        closer.start(20);
         g->select("SECT 1 1");
     }
     void TearDown() override {

@@ -21,6 +21,7 @@
 
 #include "emulated_scale.h"
 #include "gui_support.h"
+#include "loopback_scales.h"
 #include "presetkey/key_value.h"
 #include "presetkey/ui/preset_windows.h"
 #include "store/hierarchy.h"
@@ -72,22 +73,8 @@ protected:
         g = std::make_unique<GuiApp>(chainWithScales());
         ASSERT_EQ(g->start(), 0);
         std::string error;
-        scales = scaleemu::startScales({"127.0.0.2", "127.0.0.3", "127.0.0.4"},
-                                       [this](const std::string& a) { return refuse(a); }, error);
+        scales = startLoopbackScales(*g, closer, [this](const std::string& a) { return refuse(a); }, error);
         ASSERT_EQ(scales.size(), 3u) << error;
-        transfer::TransferOptions to;
-        to.port = scales[0]->port();
-        to.connectTimeout = std::chrono::milliseconds(2000);
-        to.replyTimeout = std::chrono::milliseconds(5000);
-        to.scaleTimeout = std::chrono::milliseconds(20000);
-        g->w().KVRDataTrans1().setOptions(to);
-        QObject::connect(&closer, &QTimer::timeout, [] {
-            QWidget* m = QApplication::activeModalWidget();
-            if (!m || m->objectName() != "frmTransfer") return;
-            auto* close = m->findChild<QPushButton*>("cmdClose");
-            if (close && close->isEnabled()) close->click();
-        });
-        closer.start(20);
         g->select(store::machineKey(1, 1, padded("127.0.0.2")));
     }
     void TearDown() override {

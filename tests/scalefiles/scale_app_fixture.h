@@ -12,6 +12,7 @@
 #include "chain_settings.h"
 #include "emulated_scale.h"
 #include "gui_support.h"
+#include "loopback_scales.h"
 #include "read_client.h"
 #include "shell/program_state.h"
 #include "store/hierarchy.h"
@@ -52,22 +53,8 @@ protected:
         g = std::make_unique<GuiApp>(chainWithThreeScales());
         ASSERT_EQ(g->start(), 0);
         std::string error;
-        scales = scaleemu::startScales({"127.0.0.2", "127.0.0.3", "127.0.0.4"},
-                                       [](const std::string&) { return false; }, error);
+        scales = startLoopbackScales(*g, closer, [](const std::string&) { return false; }, error);
         ASSERT_EQ(scales.size(), 3u) << error;
-        transfer::TransferOptions to;
-        to.port = scales[0]->port();
-        to.connectTimeout = std::chrono::milliseconds(2000);
-        to.replyTimeout = std::chrono::milliseconds(5000);
-        to.scaleTimeout = std::chrono::milliseconds(20000);
-        g->w().KVRDataTrans1().setOptions(to);
-        QObject::connect(&closer, &QTimer::timeout, [] {
-            QWidget* m = QApplication::activeModalWidget();
-            if (!m || m->objectName() != "frmTransfer") return;
-            auto* close = m->findChild<QPushButton*>("cmdClose");
-            if (close && close->isEnabled()) close->click();
-        });
-        closer.start(20);
         g->select("STORE 1");
         g->tree().cmdData();
         ASSERT_EQ(g->state().currentStore, 1);
