@@ -13,6 +13,8 @@
 #include "store/rebuild.h"
 #include "store/schema.h"
 #include "support/temp_app.h"
+#include "totals_db.h"
+#include "totals.h"
 
 using namespace brindale;
 using namespace brindale::exchange;
@@ -20,42 +22,17 @@ using Record = std::vector<uint8_t>;
 
 namespace {
 
-void putBcd(Record& r, size_t offset, size_t width, uint64_t v) {
-    for (size_t i = 0; i < width; ++i) {
-        const uint8_t lo = uint8_t(v % 10);
-        v /= 10;
-        const uint8_t hi = uint8_t(v % 10);
-        v /= 10;
-        r[offset + width - 1 - i] = uint8_t((hi << 4) | lo);
-    }
-}
-void putInt(Record& r, size_t offset, size_t width, int64_t value) {
-    uint64_t v = uint64_t(value);
-    for (size_t i = 0; i < width; ++i) {
-        r[offset + width - 1 - i] = uint8_t(v & 0xFF);
-        v >>= 8;
-    }
-}
+// Records are made as the emulated scale makes them.
+using scaleemu::putBcd;
+using scaleemu::putInt;
 
 std::string slurp(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-struct ExportDb : ::testing::Test {
-    brindale::testing::TempApp app;
-    std::unique_ptr<store::Database> db;
-    void open(const std::string& schemaText = {}) {
-        if (!schemaText.empty()) app.write("Database/ABC1.txt", schemaText);
-        ASSERT_EQ(store::rebuildDatabase(app.path("Database/ABC1.txt"), app.path("Database/Brindale1.mdb"), 0), 0);
-        db = store::Database::open(app.path("Database/Brindale1.mdb"));
-    }
+struct ExportDb : ::testing::Test, brindale::testing::TotalsDb {
     void SetUp() override { open(); }
-    void insert(const std::string& table, const Record& r) {
-        auto st = db->prepare("INSERT INTO " + table + " (KVRBinData) VALUES (?)");
-        st->bind(1, store::Value(store::Bytes(r)));
-        st->step();
-    }
     Record dept(uint64_t n, int64_t count, int64_t amount, int64_t weight) {
         Record r(105, 0);
         putBcd(r, 0, 4, n);

@@ -32,22 +32,9 @@ namespace {
 
 using Record = std::vector<uint8_t>;
 
-void putBcd(Record& r, size_t offset, size_t width, uint64_t v) {
-    for (size_t i = 0; i < width; ++i) {
-        const uint8_t lo = uint8_t(v % 10);
-        v /= 10;
-        const uint8_t hi = uint8_t(v % 10);
-        v /= 10;
-        r[offset + width - 1 - i] = uint8_t((hi << 4) | lo);
-    }
-}
-void putInt(Record& r, size_t offset, size_t width, int64_t value) {
-    uint64_t v = uint64_t(value);
-    for (size_t i = 0; i < width; ++i) {
-        r[offset + width - 1 - i] = uint8_t(v & 0xFF);
-        v >>= 8;
-    }
-}
+// Records are made as the emulated scale makes them.
+using scaleemu::putBcd;
+using scaleemu::putInt;
 std::string slurp(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), {});

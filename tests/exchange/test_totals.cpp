@@ -9,6 +9,8 @@
 #include "store/rebuild.h"
 #include "store/schema.h"
 #include "support/temp_app.h"
+#include "totals_db.h"
+#include "totals.h"
 
 using namespace brindale;
 using namespace brindale::exchange;
@@ -17,37 +19,12 @@ namespace {
 
 using Record = std::vector<uint8_t>;
 
-void putBcd(Record& r, size_t offset, size_t width, uint64_t v) {
-    for (size_t i = 0; i < width; ++i) {
-        const uint8_t lo = uint8_t(v % 10);
-        v /= 10;
-        const uint8_t hi = uint8_t(v % 10);
-        v /= 10;
-        r[offset + width - 1 - i] = uint8_t((hi << 4) | lo);
-    }
-}
+// Records are made as the emulated scale makes them.
+using scaleemu::putBcd;
+using scaleemu::putInt;
 
-void putInt(Record& r, size_t offset, size_t width, int64_t value) {
-    uint64_t v = uint64_t(value);
-    for (size_t i = 0; i < width; ++i) {
-        r[offset + width - 1 - i] = uint8_t(v & 0xFF);
-        v >>= 8;
-    }
-}
-
-struct Db {
-    brindale::testing::TempApp app;
-    std::unique_ptr<store::Database> db;
-    explicit Db(const std::string& schemaText = {}) {
-        if (!schemaText.empty()) app.write("Database/ABC1.txt", schemaText);
-        EXPECT_EQ(store::rebuildDatabase(app.path("Database/ABC1.txt"), app.path("Database/Brindale1.mdb"), 0), 0);
-        db = store::Database::open(app.path("Database/Brindale1.mdb"));
-    }
-    void insert(const std::string& table, const Record& r) {
-        auto st = db->prepare("INSERT INTO " + table + " (KVRBinData) VALUES (?)");
-        st->bind(1, store::Value(store::Bytes(r)));
-        st->step();
-    }
+struct Db : brindale::testing::TotalsDb {
+    explicit Db(const std::string& schemaText = {}) { open(schemaText); }
     std::vector<std::string> row(const std::string& table, int64_t rowid) {
         auto st = db->prepare("SELECT * FROM " + table + " WHERE rowid=" + std::to_string(rowid));
         std::vector<std::string> out;
