@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 
 #include "reportformat/report_format.h"
+#include "totals.h"
 #include "transfer/records.h"
 
 namespace brindale::scaleemu {
@@ -51,12 +52,6 @@ using proto::ErrCode;
 
 namespace {
 
-bool packedDigits(const uint8_t* b, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        if ((b[i] >> 4) > 9 || (b[i] & 0x0F) > 9) return false;
-    return true;
-}
-
 // What a scale's keyboard refuses of a preset key record (its length is checked before).
 std::string presetKeyFault(const uint8_t* r, size_t size) {
     if (size < 45) return {};
@@ -66,8 +61,8 @@ std::string presetKeyFault(const uint8_t* r, size_t size) {
         return "preset key: kind " + std::to_string(status) + " in byte 10 is not known";
     for (size_t i = 11; i < 45; ++i)
         if (r[i] != 0) return "preset key: byte " + std::to_string(i) + " is not zero";
-    if (!packedDigits(r, 4)) return "preset key: key address is not packed decimal";
-    if ((status == 0 || status == 2) && !packedDigits(r + 6, 4))
+    if (!isBcd(r, 4)) return "preset key: key address is not packed decimal";
+    if ((status == 0 || status == 2) && !isBcd(r + 6, 4))
         return "preset key: key value of kind " + std::to_string(status) + " is not packed decimal";
     return {};
 }
@@ -80,11 +75,9 @@ std::string labelFormatRefusal(const uint8_t* d, size_t n) {
     const size_t size = size_t(d[4]) * 256 + d[5];
     if (size != 1118 && size != 1400 && size != 1664)
         return "label format size " + std::to_string(size) + " is none of 1118, 1400, 1664";
+    if (!isBcd(d, 4)) return "label format number is not a packed number";
     int v = 0;
-    for (size_t i = 0; i < 4; ++i) {
-        if ((d[i] >> 4) > 9 || (d[i] & 0xF) > 9) return "label format number is not a packed number";
-        v = v * 100 + (d[i] >> 4) * 10 + (d[i] & 0xF);
-    }
+    for (size_t i = 0; i < 4; ++i) v = v * 100 + (d[i] >> 4) * 10 + (d[i] & 0xF);
     if (v < 1 || v > 99) return "label format number " + std::to_string(v) + " is not 1 to 99";
     return {};
 }
