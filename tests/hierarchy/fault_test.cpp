@@ -119,6 +119,16 @@ const Opening kOpenings[] = {
     {"NewDepartment", "frmProperties", true, "STORE 1", "menuDept"},
     {"NewMainGroup", "frmProperties", true, "DEPT 1 97", "menuMg"},
     {"NewSearchSet", "frmSearch", true, "STORE 1", "menuSearch"},
+    // The windows of the scales' files and of the data exchange.
+    {"LabelFormat", "frmLabelFormat", true, "STORE 1", "menuEditLabelFormat"},
+    {"ReportExport", "frmExportReportData", true, "STORE 1", "menuExportReport"},
+    {"ImportOrExport", "frmImportOrExport", true, "STORE 1", "menuImportOrExport"},
+    {"ScrollMessages", "frmScrollMSG", true, "STORE 1", "menuScrollMSG"},
+    {"Image", "frmImage", true, "STORE 1", "menuEditImage"},
+    {"Logo", "frmLogo", true, "STORE 1", "menuEditLogo"},
+    {"OtherFiles", "frmOtherFile", true, "STORE 1", "menuEditOtherFiles"},
+    {"FlexiBarcode", "frmFlexiBarcode", true, "STORE 1", "menuEditFlexiBarcode"},
+    {"PresetKeys", "frmPresetKey", false, "MACHINE 1 1  10.  0.  0.  1", "menuEditPresetKey"},
 };
 
 struct SignalCase {
