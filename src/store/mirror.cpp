@@ -6,10 +6,14 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cctype>
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <optional>
+#include <thread>
 #include <fstream>
 
 #include "codec/plu_record.h"
@@ -18,6 +22,7 @@
 #include "store/codec_sources.h"
 #include "store/fatal_error.h"
 #include "store/mirror_code_page.h"
+#include "store/rebuild.h"
 #include "store/recordset.h"
 #include "store/row_mapper.h"
 #include "store/small_record_builder.h"
@@ -642,61 +647,170 @@ size_t recordLength(const std::string& path, const std::string& data, size_t pos
     return len;
 }
 
+// A database file beside the working one with an empty copy of one table: a second thread fills
+// the copy through a connection of its own while the first thread fills the table itself, and the
+// copy's rows are then appended as they are, without being built again. SQLite writes one table on
+// one thread only; this puts the second core to the same work. The working connection attaches the
+// file only when the second thread is done with it: attached earlier, a lock it holds on the file
+// would keep the second connection from spilling its cache, and both would wait for ever.
+class SideFill {
+public:
+    SideFill(Database& db, const std::string& table) : db_(db), table_(table), path_(db.path() + "-fill") {
+        std::error_code ec;
+        fs::remove(path_, ec);  // left by a start that did not finish
+        auto st = db.prepare("SELECT sql FROM main.sqlite_master WHERE type='table' AND name=?1");
+        st->bind(1, Value(table));
+        if (!st->step()) db.fail("there is no table " + table);
+        const std::string sql = st->column(0).toText();
+        const auto paren = sql.find('(');
+        if (paren == std::string::npos) db.fail("the table " + table + " has no columns");
+        // An empty file is an empty database; the connection itself may only open what exists.
+        if (!std::ofstream(path_, std::ios::binary)) db.fail("the file " + path_ + " cannot be made");
+        side_ = Database::open(path_);
+        if (!side_) db.fail("the database " + path_ + " cannot be opened");
+        side_->exec("PRAGMA page_size=" + std::to_string(kPageSize));
+        side_->exec("PRAGMA journal_mode=OFF");
+        side_->exec("PRAGMA synchronous=OFF");
+        side_->exec("CREATE TABLE " + quoteIdent(table) + " " + sql.substr(paren));
+    }
+    SideFill(const SideFill&) = delete;
+    SideFill& operator=(const SideFill&) = delete;
+    ~SideFill() {
+        try {
+            finish();
+        } catch (...) {
+        }
+    }
+    Database& side() { return *side_; }
+    // Within the filling transaction, after the second thread has let go of its connection.
+    void append() {
+        side_.reset();
+        auto attach = db_.prepare("ATTACH DATABASE ?1 AS fill");
+        attach->bind(1, Value(path_));
+        attach->step();
+        attached_ = true;
+        db_.exec("INSERT INTO main." + quoteIdent(table_) + " SELECT * FROM fill." + quoteIdent(table_));
+    }
+    // Outside the transaction again.
+    void finish() {
+        side_.reset();
+        if (attached_) {
+            attached_ = false;
+            db_.exec("DETACH DATABASE fill");
+        }
+        std::error_code ec;
+        fs::remove(path_, ec);
+    }
+
+private:
+    Database& db_;
+    std::string table_;
+    std::string path_;
+    bool attached_ = false;
+    std::unique_ptr<Database> side_;
+};
+
 // The start's way with the PLUs: each row is made once, from its keys and its unpacked record, a
 // batch at a time: the records of one batch are unpacked on a second thread while the rows of the
-// batch before go into the table.
-void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys, const MirrorOptions& o, Progress& p) {
+// batch before go into the table. With a side table the later half of the rows is unpacked and
+// written meanwhile on a third thread into the side table, and appended at the end.
+void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys, const MirrorOptions& o, Progress& p,
+                   SideFill* sideFill) {
     if (!o.env) throw FatalError("tempplukvr.txt", 0, "no codec settings for the PLU records");
     const std::string path = folder + "/tempplukvr.txt";
     std::error_code ec;
     std::string data;
     if (fs::exists(path, ec)) data = readWhole(path);
     RowMapper<codec::PluRow> map(db, "KVR_25", codec::pluColumns());
-    // The lookups read once, so the second thread asks no statement.
+    // The lookups read once, so the other threads ask no statement.
     CodecSourcesSnapshot sources(db);
     codec::CodecEnvironment env = *o.env;
     env.inheritance = &sources;
     env.flexiBarcodes = &sources;
+    const codec::PluRow fresh = map.freshRow();
+    const size_t rows = keys.rows.size();
+    // Where each record lies in the file, found in order so that a fault names the first bad one.
+    std::vector<size_t> at(data.empty() ? 0 : rows), length(data.empty() ? 0 : rows);
+    for (size_t i = 0, pos = 0; i < at.size(); ++i) {
+        length[i] = recordLength(path, data, pos, static_cast<long>(i + 1), rows, "PLUs");
+        at[i] = pos;
+        pos += length[i];
+    }
+    auto unpackRow = [&](const codec::CodecEnvironment& e, size_t n, codec::PluRow& row) {
+        const auto& k = keys.rows[n];
+        row = fresh;
+        row.PLU_No = k[0];
+        row.ST_No = k[1];
+        row.SECT_No = k[2];
+        if (data.empty()) return;
+        const auto* r = reinterpret_cast<const uint8_t*>(data.data() + at[n]);
+        row.KVRBinData.emplace(r, r + length[n]);
+        codec::decodePluRecord(e, row);
+    };
+
+    // The later half, on its own thread and connection, when there is a side table.
+    const size_t split = (sideFill && rows >= 2) ? rows / 2 : rows;
+    std::atomic<size_t> sideDone{0};
+    std::atomic<bool> sideStop{false}, sideEnded{false};
+    std::exception_ptr sideFault;
+    std::thread sideThread;
+    if (split < rows) {
+        sideThread = std::thread([&] {
+            try {
+                Database& side = sideFill->side();
+                RowMapper<codec::PluRow> sideMap(side, "KVR_25", codec::pluColumns());
+                auto& insert = side.cached(sideMap.insertSql());
+                ThreadCodecEnvironment sideEnv(env);
+                codec::PluRow row;
+                Transaction tx(side);
+                for (size_t n = split; n < rows && !sideStop.load(std::memory_order_relaxed); ++n) {
+                    unpackRow(sideEnv.env(), n, row);
+                    sideMap.bind(insert, row);
+                    insert.step();
+                    insert.resetKeepingBindings();
+                    sideDone.store(n - split + 1, std::memory_order_relaxed);
+                }
+                tx.commit();
+            } catch (...) {
+                sideFault = std::current_exception();
+            }
+            sideEnded = true;
+        });
+    }
+    struct JoinSide {
+        std::thread& t;
+        std::atomic<bool>& stop;
+        ~JoinSide() {
+            stop = true;
+            if (t.joinable()) t.join();
+        }
+    } joinSide{sideThread, sideStop};
+    size_t sideShown = 0;
+    auto showSide = [&] {
+        const size_t d = sideDone.load(std::memory_order_relaxed);
+        if (d > sideShown) {
+            p.step(static_cast<long>(d - sideShown));
+            sideShown = d;
+        }
+    };
+
     ThreadCodecEnvironment decoderEnv(env);
     auto& insert = db.cached(map.insertSql());
-    const codec::PluRow fresh = map.freshRow();
     struct Batch {
         std::vector<codec::PluRow> rows;
-        std::vector<size_t> at, length;  // where each row's record lies in the file
-        size_t first = 0, size = 0;      // the batch's rows among the keys
+        size_t first = 0, size = 0;  // the batch's rows among the keys
     };
     constexpr size_t kBatch = 256;
-    size_t pos = 0;
     size_t next = 0;
     auto fill = [&](Batch& b) -> bool {
         b.first = next;
-        b.size = std::min(kBatch, keys.rows.size() - next);
+        b.size = std::min(kBatch, split - next);
         b.rows.resize(b.size);
-        b.at.resize(b.size);
-        b.length.resize(b.size);
-        for (size_t i = 0; i < b.size; ++i) {
-            if (data.empty()) continue;
-            const long n = static_cast<long>(next + i + 1);
-            b.length[i] = recordLength(path, data, pos, n, keys.rows.size(), "PLUs");
-            b.at[i] = pos;
-            pos += b.length[i];
-        }
         next += b.size;
         return b.size > 0;
     };
     auto unpack = [&](Batch& b) {
-        for (size_t i = 0; i < b.size; ++i) {
-            const auto& k = keys.rows[b.first + i];
-            codec::PluRow& row = b.rows[i];
-            row = fresh;
-            row.PLU_No = k[0];
-            row.ST_No = k[1];
-            row.SECT_No = k[2];
-            if (data.empty()) continue;
-            const auto* r = reinterpret_cast<const uint8_t*>(data.data() + b.at[i]);
-            row.KVRBinData.emplace(r, r + b.length[i]);
-            codec::decodePluRecord(decoderEnv.env(), row);
-        }
+        for (size_t i = 0; i < b.size; ++i) unpackRow(decoderEnv.env(), b.first + i, b.rows[i]);
     };
     auto write = [&](Batch& b) {
         for (size_t i = 0; i < b.size; ++i) {
@@ -705,8 +819,20 @@ void insertPluRows(Database& db, const std::string& folder, const PluKeys& keys,
             insert.resetKeepingBindings();
             p.step();
         }
+        showSide();
     };
     pipelineBatches<Batch>(fill, unpack, write);
+    if (split < rows) {
+        // The progress goes on with the side thread's rows until it is done.
+        while (!sideEnded) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            showSide();
+        }
+        sideThread.join();
+        if (sideFault) std::rethrow_exception(sideFault);
+        showSide();
+        sideFill->append();
+    }
 }
 
 // A record file of any table but KVR_25, whose rows insertPluRows makes whole.
@@ -847,15 +973,26 @@ void readMirror(Database& db, const std::string& appDir, const MirrorOptions& op
             }
         }
     } restore{db};
+    // A large PLU file is unpacked on two threads, half into a side table (made before the
+    // transaction: a database is attached outside one).
+    std::optional<SideFill> side;
+    {
+        std::error_code ec;
+        const auto bytes = fs::file_size(folder + "/tempplukvr.txt", ec);
+        if (!ec && options.parallelFillBytes >= 0 && bytes >= static_cast<uintmax_t>(options.parallelFillBytes) &&
+            db.table("KVR_25"))
+            side.emplace(db, "KVR_25");
+    }
     Transaction tx(db);
     for (const auto& f : mirrorTextFiles()) importTextFile(db, folder, f, p, keys);
     if (db.table(transferLogMirrorFile().table)) importTextFile(db, folder, transferLogMirrorFile(), p, keys);
     p.total += static_cast<long>(keys.rows.size());
     for (const auto& f : mirrorRecordFiles()) {
-        if (f.extra == RecordExtra::Plu) insertPluRows(db, folder, keys, options, p);
+        if (f.extra == RecordExtra::Plu) insertPluRows(db, folder, keys, options, p, side ? &*side : nullptr);
         else importRecordFile(db, folder, f, p);
     }
     tx.commit();
+    if (side) side->finish();
     decodeSmallRecordTables(db, folder, options);
 }
 

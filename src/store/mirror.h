@@ -71,6 +71,9 @@ struct MirrorOptions {
     // if PLUs could not be packed and each has a last good record. True: end anyway, each keeps
     // that record. False: the end is cancelled (MirrorCancelled). Without it the end goes on.
     std::function<bool(const std::vector<PluPackProblem>&)> confirmKeptRecords;
+    // A PLU record file of at least this many bytes is unpacked by the start on two threads, half
+    // of it through a side database file beside the working one; negative: always on one.
+    long long parallelFillBytes = 4 << 20;
 };
 
 // What the end kept rather than packed: one line per row, naming it and the reason, and the PLUs

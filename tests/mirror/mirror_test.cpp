@@ -2,6 +2,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <sstream>
 #include <fstream>
@@ -9,7 +11,10 @@
 
 #include "mirror_fixture.h"
 #include "store/fatal_error.h"
+#include "shell/paths.h"
 #include "store/mirror.h"
+#include "store/rebuild.h"
+#include "store/recordset.h"
 
 using namespace brindale;
 using namespace brindale::store;
@@ -547,4 +552,85 @@ TEST(Mirror, GeneratedChainRoundTripsThroughStartEndStart) {
         }
     }
     EXPECT_TRUE(second == first);
+}
+
+namespace {
+
+// A start of the mirror alone into a newly built database, with the given parallel threshold;
+// gives every PLU row, its row number first, in row order.
+std::string startPlusWith(MirrorChain& c, long long parallelFillBytes, MirrorProgress progress = {}) {
+    const std::string dbPath = c.app.path("parallel-test.db");
+    std::error_code ec;
+    fs::remove(dbPath, ec);
+    if (rebuildDatabase(c.app.path(shell::kSchemaFile), dbPath, 0) != 0) throw std::runtime_error("no database");
+    std::unique_ptr<Database> db = linkDatabase(dbPath);
+    shell::ProgramState state;
+    state.appDir = c.app.dir();
+    state.prepareCodec();
+    const codec::CodecEnvironment env = state.codecEnvironment();
+    MirrorOptions o;
+    o.env = &env;
+    o.parallelFillBytes = parallelFillBytes;
+    o.progress = std::move(progress);
+    readMirror(*db, c.app.dir(), o);
+    std::string out;
+    for (Recordset rs(*db, "select rowid as RowNumber, * from KVR_25 order by rowid"); !rs.eof(); rs.moveNext()) {
+        for (int i = 0; i < rs.fieldCount(); ++i) {
+            const Value& v = rs.value(i);
+            out += v.isNull() ? std::string("<null>") : v.isBytes() ? std::to_string(v.bytes().size()) + "b" : v.toText();
+            out += ';';
+        }
+        out += '\n';
+    }
+    return out;
+}
+
+}  // namespace
+
+// A large PLU record file is unpacked on two threads, the later half through a side file: the
+// rows, their order and their numbers are those of a start on one thread, the progress counts
+// every PLU once, and the side file is gone afterwards, also when one was left by a killed start.
+TEST(Mirror, PlusUnpackedOnTwoThreadsAreTheRowsOfOneThreadInTheSameOrder) {
+    MirrorChain c;
+    c.start();
+    datagen::ChainShape shape;
+    shape.plus = 3001;  // odd, so the halves differ
+    shape.stores = 3;
+    c.generate(shape, 99);
+    ASSERT_TRUE(c.end().empty());
+    long oneDone = 0;
+    const std::string one = startPlusWith(c, -1, [&](long done, long) { oneDone = done; });
+    std::ofstream(c.app.path("parallel-test.db-fill")) << "left by a start that was killed";
+    long lastDone = 0, backwards = 0;
+    const std::string two = startPlusWith(c, 0, [&](long done, long) {
+        if (done < lastDone) ++backwards;
+        lastDone = done;
+    });
+    EXPECT_EQ(std::count(one.begin(), one.end(), '\n'), 3001);
+    EXPECT_TRUE(one == two) << "the rows differ between one and two threads";
+    EXPECT_EQ(backwards, 0);
+    EXPECT_EQ(lastDone, oneDone);
+    EXPECT_GT(oneDone, 3001);
+    EXPECT_FALSE(fs::exists(c.app.path("parallel-test.db-fill")));
+}
+
+// A start that stops halfway (here its progress throws, as a fault of the first half would) stops
+// the second thread too and leaves no side file; the same fault reaches the caller.
+TEST(Mirror, StartStoppedWhileTwoThreadsUnpackStopsBothAndLeavesNoSideFile) {
+    MirrorChain c;
+    c.start();
+    datagen::ChainShape shape;
+    shape.plus = 2000;
+    shape.stores = 2;
+    c.generate(shape, 7);
+    ASSERT_TRUE(c.end().empty());
+    const auto began = std::chrono::steady_clock::now();
+    long calls = 0;
+    EXPECT_THROW(startPlusWith(c, 0,
+                               [&](long done, long total) {
+                                   if (total > 0 && done > total / 4 && ++calls == 1) throw std::runtime_error("stopped");
+                               }),
+                 std::runtime_error);
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(30));
+    EXPECT_FALSE(fs::exists(c.app.path("parallel-test.db-fill")));
 }
