@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "codec/code_page.h"
@@ -61,12 +62,21 @@ size_t characters(const std::string& s) {
     for (unsigned char c : s) n += (c & 0xC0) != 0x80;
     return n;
 }
-}  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static Fixed fixed;
-    if (size < 8 || !fixed.table) return 0;
-    exchange::ImportOptions o;
+// A reader made from the input's first eight bytes (all but the UTF-8 bit). Building one looks up every chosen column by
+// name, which cost more than reading the line; an import reads all its lines with one reader, so
+// readers are kept by those bytes and reused (at most kReaders, then all are dropped).
+struct Reader {
+    exchange::ImportOptions options;
+    std::unique_ptr<exchange::ImportLineReader> reader;
+    std::vector<const store::ColumnDef*> columns;  // of each value of a row, for the checks
+};
+
+constexpr size_t kReaders = 8192;
+
+Reader make(const Fixed& fixed, const uint8_t* data) {
+    Reader r;
+    exchange::ImportOptions& o = r.options;
     uint64_t mask = 0;
     for (int i = 0; i < 5; ++i) mask |= static_cast<uint64_t>(data[i]) << (8 * i);
     o.columns.push_back("PLU_No");
@@ -83,8 +93,37 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     o.codePage = data[7] & 0x80 ? &fixed.chinese : &fixed.western;
     o.barcodeLists = &fixed.lists;
     o.stNo = 1;
+    return r;
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static Fixed fixed;
+    static std::unordered_map<uint64_t, std::unique_ptr<Reader>> readers;
+    if (size < 8 || !fixed.table) return 0;
+    // Only the bits a reader is made from: the 39 column bits, separator and bar type, decimals
+    // and sign, font position, code page.
+    uint64_t key = 0;
+    for (int i = 0; i < 5; ++i) key |= static_cast<uint64_t>(data[i]) << (8 * i);
+    key &= (uint64_t{1} << 40) - 2;
+    key |= uint64_t(data[5] & 7) << 40 | uint64_t(data[6] & 0x1F) << 43 | uint64_t(data[7] % 33) << 48 |
+           uint64_t(data[7] >> 7) << 54;
+    auto found = readers.find(key);
+    if (found == readers.end()) {
+        if (readers.size() >= kReaders) readers.clear();
+        auto r = std::make_unique<Reader>(make(fixed, data));
+        // The reader keeps a reference to its options, which live beside it at a fixed address.
+        r->reader = std::make_unique<exchange::ImportLineReader>(*fixed.table, r->options);
+        for (const auto& name : r->reader->columns()) {
+            const int at = fixed.table->columnIndex(name);
+            if (at < 0) __builtin_trap();
+            r->columns.push_back(&fixed.table->columns[static_cast<size_t>(at)]);
+        }
+        found = readers.emplace(key, std::move(r)).first;
+    }
+    exchange::ImportLineReader& reader = *found->second->reader;
     const bool utf8 = data[7] & 0x40;
-    exchange::ImportLineReader reader(*fixed.table, o);
+    const auto& columns = found->second->columns;
     exchange::ImportRow row;
     std::vector<exchange::ImportNote> notes;
     reader.read(std::string_view(reinterpret_cast<const char*>(data + 8), size - 8), 1, utf8, row, notes);
@@ -92,7 +131,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto& names = reader.columns();
     if (row.values.size() != names.size()) __builtin_trap();
     for (size_t i = 0; i < names.size(); ++i) {
-        const store::ColumnDef& c = fixed.table->columns[static_cast<size_t>(fixed.table->columnIndex(names[i]))];
+        const store::ColumnDef& c = *columns[i];
         const store::Value& v = row.values[i];
         if (exchange::textColumnIndex(c.name) >= 0) {
             if (v.isNull()) continue;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "scalefiles/records.h"
@@ -25,7 +26,31 @@ void roundTrip(const Decoded& d, std::span<const uint8_t> in, Encode encode) {
     require(again && *again == std::vector<uint8_t>(in.begin(), in.end()));
 }
 
+// The longest input worth trying: a record of fixed size refuses every other length at once, so
+// longer inputs only cost copying. Given before the command line's flags, which may override it.
+#if defined(BRINDALE_FUZZ_CONTAINER) || defined(BRINDALE_FUZZ_DATE_TIME) || defined(BRINDALE_FUZZ_SCROLL_SEQUENCE)
+constexpr const char* kMaxLen = "-max_len=64";  // records of 10, 14 and 21 bytes
+#elif defined(BRINDALE_FUZZ_SCROLL_MESSAGE)
+constexpr const char* kMaxLen = "-max_len=300";  // 8 bytes and at most 255 of text
+#elif defined(BRINDALE_FUZZ_LOGO)
+constexpr const char* kMaxLen = "-max_len=1100";  // 1030 bytes
+#else
+constexpr const char* kMaxLen = nullptr;  // text files and images: libFuzzer's own limit
+#endif
+
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+    if (!kMaxLen) return 0;
+    static std::vector<char*> args;
+    static std::string flag = kMaxLen;
+    args.assign(*argv, *argv + *argc);
+    args.insert(args.begin() + 1, flag.data());
+    args.push_back(nullptr);
+    *argc = static_cast<int>(args.size()) - 1;
+    *argv = args.data();
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Copy into a buffer of exactly `size` bytes so that the sanitizer sees any read past it.
