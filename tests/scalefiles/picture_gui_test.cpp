@@ -11,7 +11,6 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTimer>
-#include <random>
 
 #include "scale_app_fixture.h"
 #include "scalefiles/picture_rows.h"
@@ -19,6 +18,7 @@
 #include "shell/program_state.h"
 #include "store/hierarchy.h"
 #include "transfer/ui/main_transfers.h"
+#include "window_typing.h"
 
 namespace brindale::testing {
 namespace {
@@ -41,17 +41,10 @@ protected:
         ScaleFilesApp::TearDown();
     }
 
-    // A BMP of random pure black and other pixels (grey among them), saved under the app folder.
+    // A BMP of random pure black and other pixels, saved under the app folder.
     QString bitmap(const QString& name, int w, int h, uint32_t seed) {
-        QImage img(w, h, QImage::Format_RGB32);
-        std::mt19937 rng(seed);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                const int r = int(rng() % 4);
-                img.setPixel(x, y, r == 0 ? 0xFF000000u : r == 1 ? 0xFF202020u : 0xFFFFFFFFu);
-            }
         const QString path = file(name);
-        EXPECT_TRUE(img.save(path, "BMP"));
+        EXPECT_TRUE(writeBitmap(path, w, h, seed));
         return path;
     }
 };

@@ -134,7 +134,7 @@ FrmOtherFile::FrmOtherFile(shell::ProgramState& state, Runner runner, QWidget* p
     cmdClose->setObjectName("cmdClose");
     connect(cmdSendB, &QPushButton::clicked, this, &FrmOtherFile::cmdSend);
     connect(cmdDTTM, &QPushButton::clicked, this, [this] {
-        if (runner_) runner_(Command::DateTime, {});
+        if (runner_) runner_(Command::DateTime, {}, clock_);
     });
     connect(cmdClose, &QPushButton::clicked, this, &QDialog::reject);
     auto* buttons = new QHBoxLayout;
@@ -213,7 +213,7 @@ void FrmOtherFile::cmdSend() {
     std::vector<std::string> ticked;
     for (auto* box : checks_)
         if (box->isChecked()) ticked.push_back(box->objectName().toStdString());
-    if (runner_) runner_(Command::Send, ticked);
+    if (runner_) runner_(Command::Send, ticked, clock_);
 }
 
 }  // namespace brindale::scalefiles
