@@ -5,6 +5,8 @@
 // delete; a smaller picture sent over a larger one.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
@@ -185,6 +187,39 @@ TEST_F(PictureWindows, ALogoIsSentAndFetchedBackAsPreviewed) {
     const auto d = scalefiles::decodeLogo(fetched(0, "36").at(0));
     ASSERT_TRUE(d);
     EXPECT_EQ(scalefiles::printedImage(d->printed, 128, 64), preview);
+}
+
+// The fitted preview of the largest image shows every line one dot thick (grey where it is
+// shrunk), not only the lines its pixels happen to fall on.
+TEST_F(PictureWindows, TheFittedPreviewKeepsEveryThinLineOfALargeImage) {
+    QImage img(448, 1760, QImage::Format_RGB32);
+    img.fill(Qt::white);
+    const int lines[] = {200, 611, 1003, 1405};
+    for (int y : lines)
+        for (int x = 50; x < 400; ++x) img.setPixel(x, y, 0xFF000000u);
+    chosen = file("lines.bmp");
+    ASSERT_TRUE(img.save(chosen, "BMP"));
+    QImage fitted;
+    inWindow("menuEditImage", "frmImage", [&](QDialog* w) {
+        button(w, "cmdOpen")->click();
+        fitted = w->findChild<QLabel*>("picPreviewFit")->pixmap().toImage().convertToFormat(QImage::Format_RGB32);
+    });
+    ASSERT_GT(fitted.height(), 100);
+    ASSERT_LT(fitted.height(), 1760 / 3);
+    // Runs of rows holding a grey or black dot (the red frame, pink where shrunk, is not counted).
+    int runs = 0;
+    bool inRun = false;
+    for (int y = 0; y < fitted.height(); ++y) {
+        bool dark = false;
+        for (int x = 0; x < fitted.width() && !dark; ++x) {
+            const QRgb p = fitted.pixel(x, y);
+            const int hi = std::max({qRed(p), qGreen(p), qBlue(p)}), lo = std::min({qRed(p), qGreen(p), qBlue(p)});
+            dark = hi < 240 && hi - lo < 16;
+        }
+        if (dark && !inRun) ++runs;
+        inRun = dark;
+    }
+    EXPECT_EQ(runs, 4);
 }
 
 }  // namespace
