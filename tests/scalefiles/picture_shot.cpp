@@ -6,6 +6,7 @@
 // ..._flexi.png.
 #include <QApplication>
 #include <QComboBox>
+#include <QLineEdit>
 #include <QPainter>
 
 #include "gui_support.h"
@@ -71,6 +72,8 @@ void shots(int language, const char* tag) {
     {
         scalefiles::FrmOtherFile f(st, {});
         f.show();
+        f.findChild<QComboBox*>("comboText")->setEditText("10");  // a number chosen: its first line shows
+        f.findChild<QLineEdit*>("txtIngNo")->setText("12");
         QApplication::processEvents();
         f.grab().save(QString("/tmp/picture_%1_otherfiles.png").arg(tag));
     }
