@@ -163,9 +163,11 @@ int Application::start() {
         main_->setHandler("menuEditOtherFiles", [this] {
             if (!state_.Conn) return;
             using Command = scalefiles::FrmOtherFile::Command;
-            scalefiles::FrmOtherFile w(state_, [this](Command c, const std::vector<std::string>& ticked) {
+            scalefiles::FrmOtherFile w(state_, [this](Command c, const std::vector<std::string>& ticked,
+                                                      const scalefiles::FrmOtherFile::Clock& clock) {
                 transfer::FlowContext extra;
                 if (c == Command::Send) extra.identifiers = transfer::otherFileIdentifiers(ticked);
+                extra.clock = clock;
                 transfer::ui::MainTransfers::of(*main_)->run(
                     c == Command::Send ? transfer::Flow::OtherFileSend : transfer::Flow::DateTime, extra);
             }, main_.get());

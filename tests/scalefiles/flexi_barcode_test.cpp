@@ -1,6 +1,9 @@
 // The rules of flexi barcode layouts: the pattern label for each flag type and check digit place,
-// the legal length of each barcode kind, FBar_CD, and the row and record of a layout and back.
+// the legal length of each barcode kind, FBar_CD, the digit count, and the row and record of a
+// layout and back.
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include "codec/code_page.h"
 #include "plu/flexi_barcode.h"
@@ -94,4 +97,49 @@ TEST(FlexiBarcode, RowRecordAndBack) {
     codec::FlexiBarcodeRow untouched;
     EXPECT_FALSE(flexiRow(illegal, untouched, cp));
     EXPECT_FALSE(untouched.KVRBinData);
+}
+
+// FBar_FBarDigitNo is the count of the pattern's flag digits, the "F" of the label, in the column
+// and in byte 10 of the record alike, and it comes back from the record as the start rebuilds the
+// columns.
+TEST(FlexiBarcode, TheDigitCountIsTheFlagsDigitsInColumnRecordAndBack) {
+    codec::CodePage cp("CP1252");
+    for (int type = 0; type < kFlexiTypes; ++type) {
+        FlexiLayout l;
+        l.type = type;
+        l.itemDigits = 5;
+        l.data1Digits = 5;
+        l.checkDigit = 2;
+        l.eanOrItf = 1;
+        l.data2Digits = 13 - flexiDigits(l);  // made legal whatever the flag
+        ASSERT_TRUE(flexiLegal(l)) << type;
+        const std::string pattern = flexiPattern(l);
+        const int flags = static_cast<int>(std::count(pattern.begin(), pattern.end(), 'F'));
+        codec::FlexiBarcodeRow row;
+        ASSERT_TRUE(flexiRow(l, row, cp));
+        EXPECT_EQ(row.FBar_FBarDigitNo, flags) << pattern;
+        EXPECT_EQ((*row.KVRBinData)[10], flags) << pattern;
+        codec::FlexiBarcodeRow back;
+        back.KVRBinData = row.KVRBinData;
+        ASSERT_TRUE(codec::decodeSmallRecords(std::span<codec::FlexiBarcodeRow>(&back, 1), cp).ok());
+        EXPECT_EQ(back, row) << pattern;
+        EXPECT_EQ(flexiPattern(flexiLayoutOf(back)), pattern);
+    }
+}
+
+// Why the column cannot be the pattern's whole length: the record's byte keeps one digit, so 13
+// and 14 both go out as 0x01 and would come back as 1 at the next start.
+TEST(FlexiBarcode, AWholeLengthWouldNotSurviveTheRecord) {
+    codec::CodePage cp("CP1252");
+    codec::FlexiBarcodeRow row;
+    ASSERT_TRUE(flexiRow(FlexiLayout{1, 1, 5, 0, 0, 5, 0, 0, 0, 2, 1}, row, cp));
+    for (int whole : {13, 14}) {
+        row.FBar_FBarDigitNo = whole;
+        ASSERT_TRUE(codec::encodeSmallRecord(row, cp).ok());
+        EXPECT_EQ((*row.KVRBinData)[10], 0x01);
+        codec::FlexiBarcodeRow back;
+        back.KVRBinData = row.KVRBinData;
+        ASSERT_TRUE(codec::decodeSmallRecords(std::span<codec::FlexiBarcodeRow>(&back, 1), cp).ok());
+        EXPECT_EQ(back.FBar_FBarDigitNo, 1);
+    }
 }

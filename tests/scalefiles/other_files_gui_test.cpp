@@ -7,7 +7,6 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDateTime>
 #include <QLineEdit>
 #include <QTableWidget>
 #include <QTest>
@@ -19,46 +18,13 @@
 #include "scalefiles/text_lines.h"
 #include "scalefiles/ui/other_files_window.h"
 #include "scalefiles/ui/string_edit.h"
+#include "window_typing.h"
 
 namespace brindale::testing {
 namespace {
 
 class OtherFilesWindow : public ScaleFilesApp {
 protected:
-    // Sets the number a kind works on, as the operator types it.
-    void typeNumber(QDialog* w, const scalefiles::TextFileKind& k, const QString& n) {
-        if (k.numberBox) {
-            auto* box = lineEdit(w, k.numberBox);
-            box->clear();
-            QTest::keyClicks(box, n);
-        } else {
-            auto* combo = comboBox(w, k.combo);
-            combo->lineEdit()->clear();
-            QTest::keyClicks(combo->lineEdit(), n);
-        }
-    }
-    // Types one line with the font at `font` in the editor the kind's button opens, then OK.
-    void typeText(QDialog* w, const scalefiles::TextFileKind& k, const QString& line, int font) {
-        ModalDriver d("frmStringEdit", [&](QDialog* e) {
-            auto* grid = e->findChild<QTableWidget*>("gridString");
-            grid->setCurrentCell(0, 0);
-            static_cast<scalefiles::FrmStringEdit*>(e)->editCurrentCell();
-            auto* txt = e->findChild<QLineEdit*>("txtGrid");
-            ASSERT_TRUE(txt->isVisible());
-            txt->selectAll();
-            QTest::keyClicks(txt, line);
-            QTest::keyClick(txt, Qt::Key_Return);
-            grid->setCurrentCell(0, 1);
-            static_cast<scalefiles::FrmStringEdit*>(e)->editCurrentCell();
-            auto* cob = e->findChild<QComboBox*>("CobFont");
-            ASSERT_TRUE(cob->isVisible());
-            cob->setCurrentIndex(font);
-            QTest::keyClick(cob, Qt::Key_Return);
-            button(e, "cmdOK")->click();
-        });
-        button(w, k.button)->click();
-        ASSERT_TRUE(d.seen());
-    }
     const codec::CodePage& page() { return *g->state().codePage; }
 };
 
@@ -68,8 +34,8 @@ TEST_F(OtherFilesWindow, SixKindsAndAContainerTypedStoredSentAndFetchedBackAsTyp
     inWindow("menuEditOtherFiles", "frmOtherFile", [&](QDialog* w) {
         int i = 0;
         for (const auto& k : scalefiles::textFileKinds()) {
-            typeNumber(w, k, QString::number(1000 + i));
-            typeText(w, k, lines[i], i % 3);
+            typeKindNumber(w, k, QString::number(1000 + i));
+            typeKindText(w, k, lines[i], i % 3);
             EXPECT_EQ(lineEdit(w, k.textBox)->text(), lines[i]) << k.table;
             ++i;
         }
@@ -128,18 +94,31 @@ TEST_F(OtherFilesWindow, CheckBoxesMarkTheirWholeTableAndNumberBoxesKeepEightDig
     });
 }
 
-TEST_F(OtherFilesWindow, DateAndTimeTwiceLeavesOneRowAndReachesTheStoresScales) {
-    const QDateTime before = QDateTime::currentDateTime();
+// The window's clock is set to the last minute of 2009, so that the record is known to the byte.
+TEST_F(OtherFilesWindow, DateAndTimeTwiceLeavesOneRowOfItsClockAndReachesTheStoresScales) {
+    int readings = 0;
     inWindow("menuEditOtherFiles", "frmOtherFile", [&](QDialog* w) {
+        static_cast<scalefiles::FrmOtherFile*>(w)->setClock([&readings] {
+            ++readings;
+            std::tm t{};
+            t.tm_year = 2009 - 1900;
+            t.tm_mon = 11;
+            t.tm_mday = 31;
+            t.tm_hour = 23;
+            t.tm_min = 59;
+            t.tm_sec = 30;
+            return t;
+        });
         button(w, "cmdDTTM")->click();
         button(w, "cmdDTTM")->click();
     });
+    EXPECT_EQ(readings, 2);
     const Records rows = tableRecords("SELECT KVRBinData FROM KVR_4E");
     ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0], (std::vector<uint8_t>{0, 0, 0, 0xFF, 0, 0x0E, 0, 0x31, 0x12, 0x09, 0, 0, 0x23, 0x59}));
     const auto t = scalefiles::decodeDateTime(rows[0]);
     ASSERT_TRUE(t) << t.reason;
-    const QDateTime sent(QDate(t->year, t->month, t->day), QTime(t->hour, t->minute));
-    EXPECT_LE(std::abs(sent.secsTo(before)), 120);
+    EXPECT_EQ(*t, (scalefiles::ClockReading{2009, 12, 31, 23, 59}));
     for (int s : {0, 1}) EXPECT_EQ(fetched(s, "4E"), rows);
     EXPECT_TRUE(fetched(2, "4E").empty());
 }

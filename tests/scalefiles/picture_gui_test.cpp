@@ -5,13 +5,14 @@
 // delete; a smaller picture sent over a larger one.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
 #include <QPushButton>
 #include <QTimer>
-#include <random>
 
 #include "scale_app_fixture.h"
 #include "scalefiles/picture_rows.h"
@@ -19,6 +20,7 @@
 #include "shell/program_state.h"
 #include "store/hierarchy.h"
 #include "transfer/ui/main_transfers.h"
+#include "window_typing.h"
 
 namespace brindale::testing {
 namespace {
@@ -41,17 +43,10 @@ protected:
         ScaleFilesApp::TearDown();
     }
 
-    // A BMP of random pure black and other pixels (grey among them), saved under the app folder.
+    // A BMP of random pure black and other pixels, saved under the app folder.
     QString bitmap(const QString& name, int w, int h, uint32_t seed) {
-        QImage img(w, h, QImage::Format_RGB32);
-        std::mt19937 rng(seed);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                const int r = int(rng() % 4);
-                img.setPixel(x, y, r == 0 ? 0xFF000000u : r == 1 ? 0xFF202020u : 0xFFFFFFFFu);
-            }
         const QString path = file(name);
-        EXPECT_TRUE(img.save(path, "BMP"));
+        EXPECT_TRUE(writeBitmap(path, w, h, seed));
         return path;
     }
 };
@@ -192,6 +187,39 @@ TEST_F(PictureWindows, ALogoIsSentAndFetchedBackAsPreviewed) {
     const auto d = scalefiles::decodeLogo(fetched(0, "36").at(0));
     ASSERT_TRUE(d);
     EXPECT_EQ(scalefiles::printedImage(d->printed, 128, 64), preview);
+}
+
+// The fitted preview of the largest image shows every line one dot thick (grey where it is
+// shrunk), not only the lines its pixels happen to fall on.
+TEST_F(PictureWindows, TheFittedPreviewKeepsEveryThinLineOfALargeImage) {
+    QImage img(448, 1760, QImage::Format_RGB32);
+    img.fill(Qt::white);
+    const int lines[] = {200, 611, 1003, 1405};
+    for (int y : lines)
+        for (int x = 50; x < 400; ++x) img.setPixel(x, y, 0xFF000000u);
+    chosen = file("lines.bmp");
+    ASSERT_TRUE(img.save(chosen, "BMP"));
+    QImage fitted;
+    inWindow("menuEditImage", "frmImage", [&](QDialog* w) {
+        button(w, "cmdOpen")->click();
+        fitted = w->findChild<QLabel*>("picPreviewFit")->pixmap().toImage().convertToFormat(QImage::Format_RGB32);
+    });
+    ASSERT_GT(fitted.height(), 100);
+    ASSERT_LT(fitted.height(), 1760 / 3);
+    // Runs of rows holding a grey or black dot (the red frame, pink where shrunk, is not counted).
+    int runs = 0;
+    bool inRun = false;
+    for (int y = 0; y < fitted.height(); ++y) {
+        bool dark = false;
+        for (int x = 0; x < fitted.width() && !dark; ++x) {
+            const QRgb p = fitted.pixel(x, y);
+            const int hi = std::max({qRed(p), qGreen(p), qBlue(p)}), lo = std::min({qRed(p), qGreen(p), qBlue(p)});
+            dark = hi < 240 && hi - lo < 16;
+        }
+        if (dark && !inRun) ++runs;
+        inRun = dark;
+    }
+    EXPECT_EQ(runs, 4);
 }
 
 }  // namespace

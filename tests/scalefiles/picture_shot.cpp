@@ -1,10 +1,12 @@
 // Pictures of frmImage and frmLogo for a person to look at (not part of the suite): a drawn
 // picture with black lines, text, grey areas and a transparent corner, opened through the file
-// dialog and previewed as printed: /tmp/picture_<language>_<image|logo>.png; and frmOtherFile
+// dialog and previewed as printed: /tmp/picture_<language>_<image|image_large|logo>.png (the large
+// one at the greatest size, 448 x 1760); and frmOtherFile
 // with a few texts: /tmp/picture_<language>_otherfiles.png; frmScrollMSG: ..._scroll.png; frmFlexiBarcode:
 // ..._flexi.png.
 #include <QApplication>
 #include <QComboBox>
+#include <QLineEdit>
 #include <QPainter>
 
 #include "gui_support.h"
@@ -32,7 +34,7 @@ QString drawn(const std::string& dir, const char* name, int w, int h) {
     p.drawRect(QRect(4, 4, w - 9, h - 9));
     p.drawEllipse(QRect(w / 6, h / 4, w * 2 / 3, h / 2));
     QFont f("Liberation Sans");
-    f.setPixelSize(std::max(10, h / 12));
+    f.setPixelSize(std::max(10, std::min(h / 12, w / 7)));  // the text within the picture's width
     p.setFont(f);
     p.drawText(QRect(0, h / 2 - h / 10, w, h / 5), Qt::AlignCenter, "FRESH 1998");
     p.setCompositionMode(QPainter::CompositionMode_Source);
@@ -51,6 +53,7 @@ void shots(int language, const char* tag) {
     if (g.start() != 0) return;
     auto& st = g.state();
     for (auto [table, name, w, h] : {std::tuple{scalefiles::PictureTable::Image, "image", 300, 420},
+                                     std::tuple{scalefiles::PictureTable::Image, "image_large", 448, 1760},
                                      std::tuple{scalefiles::PictureTable::Logo, "logo", 120, 60}}) {
         const QString path = drawn(g.dir->dir(), name, w, h);
         scalefiles::FrmPicture::setFileChooser([path](QWidget*, const QString&) { return path; });
@@ -69,6 +72,8 @@ void shots(int language, const char* tag) {
     {
         scalefiles::FrmOtherFile f(st, {});
         f.show();
+        f.findChild<QComboBox*>("comboText")->setEditText("10");  // a number chosen: its first line shows
+        f.findChild<QLineEdit*>("txtIngNo")->setText("12");
         QApplication::processEvents();
         f.grab().save(QString("/tmp/picture_%1_otherfiles.png").arg(tag));
     }

@@ -12,40 +12,23 @@
 #include "scale_app_fixture.h"
 #include "scalefiles/records.h"
 #include "scalefiles/ui/scroll_window.h"
+#include "window_typing.h"
 
 namespace brindale::testing {
 namespace {
 
 class ScrollWindow : public ScaleFilesApp {
 protected:
-    // Types into a cell through its editor txtGrid, as the operator does.
-    static void typeCell(QDialog* w, int row, int column, const QString& text) {
-        auto* grid = w->findChild<QTableWidget*>("gridScrollMsg");
-        grid->setCurrentCell(row, column);
-        grid->editItem(grid->item(row, column));
-        // Closed editors wait hidden for their deletion: the open one is the visible one.
-        QLineEdit* editor = nullptr;
-        for (auto* e : grid->findChildren<QLineEdit*>("txtGrid"))
-            if (e->isVisible()) editor = e;
-        ASSERT_NE(editor, nullptr);
-        editor->selectAll();
-        // Keys for what a keyboard types here; the rest as an input method hands it over.
-        bool ascii = true;
-        for (QChar c : text) ascii = ascii && c.unicode() < 128;
-        if (ascii) QTest::keyClicks(editor, text);
-        else editor->insert(text);
-        QTest::keyClick(editor, Qt::Key_Return);
-    }
     static QList<QComboBox*> combos(QDialog* w, const char* name) { return w->findChildren<QComboBox*>(name); }
 };
 
 TEST_F(ScrollWindow, MessagesAndASequenceAreSavedSentAndFetchedBackAsTyped) {
     inWindow("menuScrollMSG", "frmScrollMSG", [&](QDialog* w) {
-        typeCell(w, 0, 0, "12");
-        typeCell(w, 0, 1, "Welcome to Brindale");
-        typeCell(w, 1, 0, "3x");  // the x is not taken
-        typeCell(w, 1, 1, "Café open");
-        typeCell(w, 2, 1, "no number: not saved");
+        typeScrollCell(w, 0, 0, "12");
+        typeScrollCell(w, 0, 1, "Welcome to Brindale");
+        typeScrollCell(w, 1, 0, "3x");  // the x is not taken
+        typeScrollCell(w, 1, 1, "Café open");
+        typeScrollCell(w, 2, 1, "no number: not saved");
         button(w, "cmdDownloadM")->click();
         // The lists of the steps now offer the saved numbers after "none".
         ASSERT_EQ(combos(w, "combMSGNo").size(), 3);
@@ -98,10 +81,10 @@ TEST_F(ScrollWindow, MessagesAndASequenceAreSavedSentAndFetchedBackAsTyped) {
 
 TEST_F(ScrollWindow, TwoRowsWithOneNumberAreRefusedNamingBothAndNothingIsSent) {
     inWindow("menuScrollMSG", "frmScrollMSG", [&](QDialog* w) {
-        typeCell(w, 0, 0, "5");
-        typeCell(w, 0, 1, "first");
-        typeCell(w, 3, 0, "5");
-        typeCell(w, 3, 1, "second");
+        typeScrollCell(w, 0, 0, "5");
+        typeScrollCell(w, 0, 1, "first");
+        typeScrollCell(w, 3, 0, "5");
+        typeScrollCell(w, 3, 1, "second");
         button(w, "cmdDownloadM")->click();
     });
     ASSERT_EQ(messagesShown().size(), 1u);
@@ -126,6 +109,29 @@ TEST_F(ScrollWindow, MoreMessagesThanTenRowsAreAllShownAndKeptBySavingOne) {
     EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 1 AND Data = 'changed'"), 1);
     EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 11 AND Data = 'message 11'"), 1);
     EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 12 AND Data = 'message 12'"), 1);
+}
+
+// Qt's item delegates commit a cell on Return only once the event loop runs again, so a save that
+// followed at once (a click, or the dialog's default button taking that Return) read the old
+// text of a filled cell. The editor now writes every change into its cell as it is typed.
+TEST_F(ScrollWindow, TypingIntoFilledCellsChangesThemAtOnceAndASaveTakesThem) {
+    db().exec("INSERT INTO KVR_3F (Number, Data, Is_Selected) VALUES (4, 'old text', 0), (5, 'keep', 0)");
+    inWindow("menuScrollMSG", "frmScrollMSG", [&](QDialog* w) {
+        auto* grid = w->findChild<QTableWidget*>("gridScrollMsg");
+        ASSERT_EQ(grid->item(0, 1)->text(), "old text");
+        typeScrollCell(w, 0, 1, "new text");
+        EXPECT_EQ(grid->item(0, 1)->text(), "new text");
+        typeScrollCell(w, 0, 0, "14");
+        EXPECT_EQ(grid->item(0, 0)->text(), "14");
+        // Typed, still in the cell, and saved.
+        typeScrollCell(w, 1, 1, "kept no more", false);
+        EXPECT_EQ(grid->item(1, 1)->text(), "kept no more");
+        button(w, "cmdSaveM")->click();
+    });
+    EXPECT_TRUE(messagesShown().empty());
+    EXPECT_EQ(g->count("SELECT * FROM KVR_3F"), 2);
+    EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 14 AND Data = 'new text'"), 1);
+    EXPECT_EQ(g->count("SELECT * FROM KVR_3F WHERE Number = 5 AND Data = 'kept no more'"), 1);
 }
 
 }  // namespace

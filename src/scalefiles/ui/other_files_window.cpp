@@ -64,12 +64,14 @@ FrmOtherFile::FrmOtherFile(shell::ProgramState& state, Runner runner, QWidget* p
         c.text = new QLineEdit(this);
         c.text->setObjectName(k.textBox);
         c.text->setReadOnly(true);
+        c.text->setMinimumWidth(260);  // the first line of the text: the widest column
         grid->addWidget(c.button, row, 0);
         grid->addWidget(c.combo, row, 1);
         if (k.numberBox) {
             c.number = new QLineEdit(this);
             c.number->setObjectName(k.numberBox);
             digitsBox(c.number);
+            c.number->setMaximumWidth(110);  // eight digits
             grid->addWidget(c.number, row, 2);
         } else {
             digitsBox(c.combo->lineEdit());
@@ -90,6 +92,7 @@ FrmOtherFile::FrmOtherFile(shell::ProgramState& state, Runner runner, QWidget* p
         fillCombo(kind);
         ++row;
     }
+    grid->setColumnStretch(3, 1);
     auto* lblCNo = new QLabel(text("lblCNo"), this);
     lblCNo->setObjectName("lblCNo");
     txtCNo_ = new QLineEdit(this);
@@ -134,7 +137,7 @@ FrmOtherFile::FrmOtherFile(shell::ProgramState& state, Runner runner, QWidget* p
     cmdClose->setObjectName("cmdClose");
     connect(cmdSendB, &QPushButton::clicked, this, &FrmOtherFile::cmdSend);
     connect(cmdDTTM, &QPushButton::clicked, this, [this] {
-        if (runner_) runner_(Command::DateTime, {});
+        if (runner_) runner_(Command::DateTime, {}, clock_);
     });
     connect(cmdClose, &QPushButton::clicked, this, &QDialog::reject);
     auto* buttons = new QHBoxLayout;
@@ -213,7 +216,7 @@ void FrmOtherFile::cmdSend() {
     std::vector<std::string> ticked;
     for (auto* box : checks_)
         if (box->isChecked()) ticked.push_back(box->objectName().toStdString());
-    if (runner_) runner_(Command::Send, ticked);
+    if (runner_) runner_(Command::Send, ticked, clock_);
 }
 
 }  // namespace brindale::scalefiles

@@ -3,6 +3,7 @@
 // ticked tables and the date and time. A kind's button opens frmStringEdit on the text of the
 // number shown; its OK writes the row through the text-file store.
 #include <QDialog>
+#include <ctime>
 #include <functional>
 #include <map>
 #include <string>
@@ -23,8 +24,11 @@ class FrmOtherFile : public QDialog {
     Q_OBJECT
 public:
     enum class Command { Send, DateTime };
-    // cmdSend hands over the names of the ticked boxes in the window's order; cmdDTTM none.
-    using Runner = std::function<void(Command, const std::vector<std::string>& tickedBoxes)>;
+    // The moment the date-and-time record is made of; empty for the computer's clock.
+    using Clock = std::function<std::tm()>;
+    // cmdSend hands over the names of the ticked boxes in the window's order; cmdDTTM none, and
+    // the window's clock.
+    using Runner = std::function<void(Command, const std::vector<std::string>& tickedBoxes, const Clock& clock)>;
 
     FrmOtherFile(shell::ProgramState& state, Runner runner, QWidget* parent = nullptr);
 
@@ -34,6 +38,8 @@ public:
     void editText(int kind);  // the kind's button
     void cmdSend();
     void storeContainerRow();  // packs txtCNo / txtPLUNo into KVR_DF
+    // A clock in place of the computer's, for a moment that must be known exactly.
+    void setClock(Clock clock) { clock_ = std::move(clock); }
 
 private:
     QString text(const char* key) const;
@@ -43,6 +49,7 @@ private:
 
     shell::ProgramState& state_;
     Runner runner_;
+    Clock clock_;
     struct KindControls {
         QPushButton* button = nullptr;
         QLineEdit* text = nullptr;

@@ -239,8 +239,12 @@ void FrmPicture::showPreview() {
     }
     picPreview_->setPixmap(QPixmap::fromImage(preview_));
     picPreview_->resize(preview_.size());
-    picPreviewFit_->setPixmap(QPixmap::fromImage(preview_).scaled(picPreviewFit_->size() - QSize(4, 4),
-                                                                  Qt::KeepAspectRatio, Qt::FastTransformation));
+    // Shrunk, each screen pixel averages the dots it covers, so that a line one dot wide stays in
+    // view (picking every fifth dot lost most of them); enlarged, the dots stay sharp squares.
+    const QSize box = picPreviewFit_->size() - QSize(4, 4);
+    const bool shrunk = preview_.size().scaled(box, Qt::KeepAspectRatio).width() < preview_.width();
+    picPreviewFit_->setPixmap(QPixmap::fromImage(preview_).scaled(
+        box, Qt::KeepAspectRatio, shrunk ? Qt::SmoothTransformation : Qt::FastTransformation));
 }
 
 void FrmPicture::layOut() {

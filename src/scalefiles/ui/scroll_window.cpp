@@ -28,6 +28,9 @@ QString qs(const std::string& s) { return QString::fromStdString(s); }
 
 // The cell editor txtGrid: numbers take digits only, at most eight; texts at most 255 characters
 // (the byte count is checked on save, where the code page is known).
+// Every change goes into the cell as it is typed: the delegate's own commit on Return waits for
+// the event loop, and a save run before it (a click, or the dialog's default button taking that
+// Return) would read the cell's old text.
 class CellEditor : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -40,6 +43,8 @@ public:
         } else {
             e->setMaxLength(static_cast<int>(kScrollMessageMaxText));
         }
+        auto* self = const_cast<CellEditor*>(this);
+        connect(e, &QLineEdit::textEdited, self, [self, e] { emit self->commitData(e); });
         return e;
     }
 };
