@@ -253,7 +253,10 @@ void FrmLabelFormat::build() {
     connect(comboLabelType_, &QComboBox::currentIndexChanged, this, [this](int) {
         if (!quiet_) labelTypeChanged();
     });
-    connect(chkGap_, &QCheckBox::toggled, this, [this](bool) { setLabelGeometry(); });
+    connect(chkGap_, &QCheckBox::toggled, this, [this](bool on) {
+        setLabelGeometry();
+        if (preview_) preview_->setGap(on);
+    });
     connect(listItem_, &QListWidget::itemChanged, this, [this](QListWidgetItem* it) {
         if (!quiet_) listItemChecked(it);
     });
@@ -422,7 +425,10 @@ void FrmLabelFormat::refreshPreview() {
 }
 
 void FrmLabelFormat::cmdPreview() {
-    if (!preview_) preview_ = new FrmLabelPreview(state_, this);
+    if (!preview_) {
+        preview_ = new FrmLabelPreview(state_, this);
+        preview_->setGap(chkGap_->isChecked());
+    }
     refreshPreview();
     preview_->show();
     preview_->raise();

@@ -1,0 +1,48 @@
+#include "labelformat/plu_sample.h"
+
+#include "codec/barcode.h"
+#include "codec/plu_row.h"
+#include "store/codec_sources.h"
+
+namespace brindale::labelformat {
+
+PluSample findPluSample(store::Database& db, int64_t pluNo, const codec::CodecEnvironment& env) {
+    PluSample p;
+    auto st = db.prepare(
+        "SELECT PLU_No, PLU_UPrice, PLU_QTY, PLU_Tare, PLU_CommodityFirst, PLU_EANItemCode, PLU_EANFlags, "
+        "PLU_BarFormat, PLU_EANLastByte, ST_No, PLU_MG FROM KVR_25 WHERE PLU_No=?1 ORDER BY ST_No, rowid LIMIT 1");
+    st->bind(1, store::Value(pluNo));
+    if (!st->step()) return p;
+    p.found = true;
+    p.PLU_No = st->columnInt(0);
+    p.unitPrice = st->columnInt(1);
+    p.quantity = st->columnInt(2);
+    p.tare = st->columnInt(3);
+    p.name = st->column(4).toText();
+    p.barcode.itemCode = st->column(5).toText();
+    int64_t flags = st->columnInt(6), format = st->columnInt(7), lastByte = st->columnInt(8);
+    codec::PluRow row;
+    row.ST_No = st->columnInt(9);
+    row.PLU_MG = st->columnInt(10);
+    store::DbInheritance inheritance(db);
+    if (format == 255) {
+        int16_t v = 0;
+        if (codec::getInheritedSetting(&inheritance, row, 1, v).ok()) {
+            format = v % 100;
+            lastByte = v / 100;
+        }
+    }
+    if (flags == 255) {
+        int16_t v = 0;
+        if (codec::getInheritedSetting(&inheritance, row, 2, v).ok()) flags = v;
+    }
+    p.barcode.flags = flags;
+    p.itfList = lastByte >= 10;
+    if (env.barcodeLists) {
+        const auto& list = p.itfList ? env.barcodeLists->ITF_DISP : env.barcodeLists->EAN_DISP;
+        if (const std::string* line = codec::builtInFormatLine(list, format)) p.formatLine = *line;
+    }
+    return p;
+}
+
+}  // namespace brindale::labelformat
