@@ -16,6 +16,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
+#include <QScreen>
 #include "store/recordset.h"
 
 using namespace brindale;
@@ -118,6 +119,11 @@ TEST(LabelPreview, FollowsTheEditorAndZooms) {
     EXPECT_EQ(pic->size(), QSize(640, 800));
     zoom->setCurrentIndex(0);  // 25 %
     EXPECT_EQ(pic->size(), QSize(80, 100));
+    // Real size: 40 x 50 mm on the screen, by its logical resolution as the editor's.
+    zoom->setCurrentIndex(zoom->count() - 1);
+    const double dpi = p->screen()->logicalDotsPerInchX();
+    EXPECT_NEAR(pic->width(), 40 / 25.4 * dpi, 1.0);
+    EXPECT_NEAR(pic->height(), 50 / 25.4 * dpi, 1.0);
     // Nothing was written by the preview.
     store::Recordset rs(*env.state.Conn, "KVR_34");
     EXPECT_EQ(rs.recordCount(), 0);

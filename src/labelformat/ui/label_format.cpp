@@ -12,6 +12,8 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QRegularExpressionValidator>
+#include <QScreen>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
 #include <QWheelEvent>
@@ -179,6 +181,19 @@ void FrmLabelFormat::build() {
     pal.setColor(QPalette::Window, QColor(255, 250, 205));
     picGap_->setPalette(pal);
     picGap_->hide();
+    // The label at a zoom larger than the window is seen through this area, which opens at its
+    // top-left corner.
+    scrollLabel_ = new QScrollArea(this);
+    scrollLabel_->setObjectName("scrollLabel");
+    scrollLabel_->setWidget(picLabelbox_);
+    scrollLabel_->setWidgetResizable(false);
+    scrollLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    scrollLabel_->viewport()->installEventFilter(this);
+    comboZoom_ = new QComboBox(this);
+    comboZoom_->setObjectName("comboZoom");
+    for (int z : kZoomPercents) comboZoom_->addItem(QString("%1 %").arg(z));
+    comboZoom_->addItem(text("labRealSize"));
+    comboZoom_->setCurrentIndex(2);
     VScrollDisplayLabel_ = new QScrollBar(Qt::Vertical, this);
     VScrollDisplayLabel_->setObjectName("VScrollDisplayLabel");
     for (int i = 0; i < kSlotCount; ++i) {
@@ -228,10 +243,16 @@ void FrmLabelFormat::build() {
     lists->addWidget(listItem_, 3);
     lists->addWidget(label("labSelectItem"));
     lists->addWidget(SelectItem_, 2);
-    auto* canvas = new QHBoxLayout;
-    canvas->addWidget(picLabelbox_, 0, Qt::AlignTop);
-    canvas->addWidget(VScrollDisplayLabel_, 0, Qt::AlignTop);
-    canvas->addStretch(1);
+    auto* zoomRow = new QHBoxLayout;
+    zoomRow->addWidget(label("labZoom"));
+    zoomRow->addWidget(comboZoom_);
+    zoomRow->addStretch(1);
+    auto* labelRow = new QHBoxLayout;
+    labelRow->addWidget(scrollLabel_, 1);
+    labelRow->addWidget(VScrollDisplayLabel_, 0, Qt::AlignTop);
+    auto* canvas = new QVBoxLayout;
+    canvas->addLayout(zoomRow);
+    canvas->addLayout(labelRow, 1);
     auto* top = new QHBoxLayout;
     top->addLayout(left);
     top->addLayout(lists);
@@ -271,6 +292,7 @@ void FrmLabelFormat::build() {
     connect(comboItemAngle_, &QComboBox::activated, this, [this](int i) { angleChanged(i); });
     connect(comboItemStatus_, &QComboBox::activated, this, [this](int i) { statusChanged(i); });
     connect(comboItemFont_, &QComboBox::activated, this, [this](int i) { fontChanged(i); });
+    connect(comboZoom_, &QComboBox::activated, this, [this](int i) { zoomChosen(i); });
     connect(VScrollDisplayLabel_, &QScrollBar::valueChanged, this, [this](int) { setLabelGeometry(); });
     connect(save, &QPushButton::clicked, this, [this] { cmdSave(); });
     connect(copy, &QPushButton::clicked, this, [this] { cmdCopy(); });
@@ -291,6 +313,42 @@ int FrmLabelFormat::fieldInt(QLineEdit* f) const { return static_cast<int>(leadi
 void FrmLabelFormat::setZoom(double pixelsPerUnit) {
     zoom_ = std::clamp(pixelsPerUnit, kDefaultZoom / 4, kDefaultZoom * 4);
     setLabelGeometry();
+}
+
+double FrmLabelFormat::realSizeZoom() const {
+    const QScreen* s = screen();
+    const double dpi = s ? s->logicalDotsPerInchX() : 96.0;
+    return dpi / 25.4 / kUnitsPerMm;
+}
+
+void FrmLabelFormat::zoomChosen(int index) {
+    if (index >= 0 && index < static_cast<int>(std::size(kZoomPercents)))
+        setZoom(kDefaultZoom * kZoomPercents[index] / 100.0);
+    else
+        setZoom(realSizeZoom());
+    scrollToTopLeft();
+}
+
+void FrmLabelFormat::scrollToTopLeft() {
+    scrollLabel_->horizontalScrollBar()->setValue(0);
+    scrollLabel_->verticalScrollBar()->setValue(0);
+}
+
+void FrmLabelFormat::showEvent(QShowEvent* e) {
+    QDialog::showEvent(e);
+    scrollToTopLeft();
+}
+
+bool FrmLabelFormat::eventFilter(QObject* watched, QEvent* e) {
+    // Ctrl+wheel over the label zooms rather than scrolls.
+    if (watched == scrollLabel_->viewport() && e->type() == QEvent::Wheel) {
+        auto* w = static_cast<QWheelEvent*>(e);
+        if (w->modifiers() & Qt::ControlModifier) {
+            wheelEvent(w);
+            return true;
+        }
+    }
+    return QDialog::eventFilter(watched, e);
 }
 
 void FrmLabelFormat::setLabelGeometry() {

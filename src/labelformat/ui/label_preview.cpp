@@ -80,9 +80,9 @@ FrmLabelPreview::FrmLabelPreview(const shell::ProgramState& state, QWidget* pare
 double FrmLabelPreview::pixelsPerDot() const {
     const int i = comboZoom_->currentIndex();
     if (i >= 0 && i < static_cast<int>(std::size(kZooms))) return kZooms[i] / 100.0;
-    // Real size: the screen's physical resolution, 8 dots a millimetre.
+    // Real size: the screen's logical resolution (as the editor's), 8 dots a millimetre.
     const QScreen* s = screen();
-    const double dpi = s ? s->physicalDotsPerInchX() : 96.0;
+    const double dpi = s ? s->logicalDotsPerInchX() : 96.0;
     return dpi / 25.4 / 8.0;
 }
 
