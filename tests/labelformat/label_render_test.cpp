@@ -325,3 +325,18 @@ TEST(LabelPreview, GapStripFollowsTheEditorAndStaysOutOfThePng) {
     gap->setChecked(false);
     EXPECT_EQ(pic->size(), QSize(448, 400));
 }
+
+TEST(LabelRender, InverseBlockTurnsWhatLiesUnderItWhite) {
+    EditorEnv env;
+    // A 20 x 10 mm block at (5, 5) mm and the PLU number at (8, 8) mm in font 05, inside it.
+    const RecordView v = viewOf(env, {{15, item(5, 5, "0070", 10, 20, "0000")}, {0, hex(8 * 8, 4) + hex(8 * 8, 4) + "0070" + "05" + "06"}});
+    const QImage plain = renderLabel(viewOf(env, {{15, item(5, 5, "0070", 10, 20, "0000")}}));
+    EXPECT_TRUE(black(plain, 8 * 8 + 2, 400 - 8 * 8 - 2));
+    // The PLU number's text at (8, 8) mm prints white inside the black block.
+    const QImage both = renderLabel(v);
+    int white = 0, blackInside = 0;
+    for (int y = 400 - 15 * 8 + 4; y < 400 - 5 * 8 - 4; ++y)
+        for (int x = 5 * 8 + 4; x < 25 * 8 - 4; ++x) (black(both, x, y) ? blackInside : white)++;
+    EXPECT_GT(white, 20) << "no text shows white in the block";
+    EXPECT_GT(blackInside, white * 4);
+}

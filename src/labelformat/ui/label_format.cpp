@@ -181,14 +181,6 @@ void FrmLabelFormat::build() {
     pal.setColor(QPalette::Window, QColor(255, 250, 205));
     picGap_->setPalette(pal);
     picGap_->hide();
-    // The label at a zoom larger than the window is seen through this area, which opens at its
-    // top-left corner.
-    scrollLabel_ = new QScrollArea(this);
-    scrollLabel_->setObjectName("scrollLabel");
-    scrollLabel_->setWidget(picLabelbox_);
-    scrollLabel_->setWidgetResizable(false);
-    scrollLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    scrollLabel_->viewport()->installEventFilter(this);
     comboZoom_ = new QComboBox(this);
     comboZoom_->setObjectName("comboZoom");
     for (int z : kZoomPercents) comboZoom_->addItem(QString("%1 %").arg(z));
@@ -196,6 +188,21 @@ void FrmLabelFormat::build() {
     comboZoom_->setCurrentIndex(2);
     VScrollDisplayLabel_ = new QScrollBar(Qt::Vertical, this);
     VScrollDisplayLabel_->setObjectName("VScrollDisplayLabel");
+    // The label at a zoom larger than the window is seen through this area, which opens at its
+    // top-left corner; the scroll bar of a tall label stays beside the label inside it.
+    auto* canvasWidget = new QWidget;
+    canvasWidget->setObjectName("picCanvas");
+    auto* canvasLayout = new QHBoxLayout(canvasWidget);
+    canvasLayout->setContentsMargins(0, 0, 0, 0);
+    canvasLayout->setSpacing(2);
+    canvasLayout->addWidget(picLabelbox_, 0, Qt::AlignTop);
+    canvasLayout->addWidget(VScrollDisplayLabel_, 0, Qt::AlignTop);
+    canvasLayout->addStretch(1);
+    scrollLabel_ = new QScrollArea(this);
+    scrollLabel_->setObjectName("scrollLabel");
+    scrollLabel_->setWidget(canvasWidget);
+    scrollLabel_->setWidgetResizable(true);
+    scrollLabel_->viewport()->installEventFilter(this);
     for (int i = 0; i < kSlotCount; ++i) {
         auto* box = new ItemBox(*this, i, picLabel_);
         picItem_[static_cast<size_t>(i)] = box;
@@ -247,12 +254,9 @@ void FrmLabelFormat::build() {
     zoomRow->addWidget(label("labZoom"));
     zoomRow->addWidget(comboZoom_);
     zoomRow->addStretch(1);
-    auto* labelRow = new QHBoxLayout;
-    labelRow->addWidget(scrollLabel_, 1);
-    labelRow->addWidget(VScrollDisplayLabel_, 0, Qt::AlignTop);
     auto* canvas = new QVBoxLayout;
     canvas->addLayout(zoomRow);
-    canvas->addLayout(labelRow, 1);
+    canvas->addWidget(scrollLabel_, 1);
     auto* top = new QHBoxLayout;
     top->addLayout(left);
     top->addLayout(lists);

@@ -143,7 +143,8 @@ QImage renderLabel(const RecordView& view, const PreviewData& data) {
         } else if (cls == "B5") {
             drawSymbol(p, BARCODE_GS1_128, data.sample.gs1, box);
         } else if (cls == "B2") {
-            p.fillRect(box, Qt::black);
+            // An inverse block turns what lies under it white on black, whatever was drawn
+            // before or after it: the blocks are drawn last, below.
         } else if (cls == "B3") {
             const double t = std::max<int64_t>(1, leadingDecimal(f.value));
             if (f.width >= f.height) p.fillRect(QRectF(box.left(), box.center().y() - t / 2, std::max(1, f.width), t), Qt::black);
@@ -161,6 +162,16 @@ QImage renderLabel(const RecordView& view, const PreviewData& data) {
                 p.drawText(box, Qt::AlignCenter, QString::number(number));
             }
         }
+        p.restore();
+    }
+    p.setCompositionMode(QPainter::CompositionMode_Difference);
+    for (const PlacedItem& item : view.items) {
+        if (item.cls != "B2" || !printsIn(item.fields.status, data.mode)) continue;
+        const QRect r = itemRect(item, L);
+        p.save();
+        p.translate(QRectF(r).center());
+        p.rotate(-90.0 * item.fields.angle);
+        p.fillRect(QRectF(-item.fields.width / 2.0, -item.fields.height / 2.0, item.fields.width, item.fields.height), Qt::white);
         p.restore();
     }
     return img;
