@@ -1,6 +1,7 @@
 #pragma once
 // What the preview prints on a label: the texts of the items and the digits of the barcode,
 // from a PLU's values or from fixed samples when there is no PLU. Plain C++, no widgets.
+#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -54,7 +55,13 @@ struct PluSample {
     BarcodeValues barcode;
     std::string formatLine;  // the PLU's line of EAN_DISP or ITF_DISP
     bool itfList = false;
+    // The texts of the multi barcode buffers in use (PLU_MultiBar1, PLU_MultiBar2,
+    // PLU_TMultiBar1, PLU_TMultiBar2), "" for one not in use.
+    std::array<std::string, 4> multiBarcodes;
 };
+
+// The slots of "B5", in the order of the multi barcode buffers they print.
+inline constexpr std::array<int, 4> kMultiBarcodeSlots = {72, 73, 115, 116};
 
 struct NumberFormat {
     int priceDecimals = 2;
@@ -68,7 +75,8 @@ int64_t sampleWeight(const NumberFormat& f);
 struct LabelSample {
     std::map<int, std::string> texts;  // by slot
     ComposedBarcode barcode;           // "B1"
-    std::string gs1 = "[01]09501101530003[3103]000750";  // "B5"
+    std::string gs1 = "[01]09501101530003[3103]000750";  // "B5" without a buffer in use
+    std::map<int, std::string> gs1BySlot;                 // "B5" of the PLU's buffers, by slot
 };
 
 // A number of the smallest unit in the settings' form: 1234 at two decimals is "12.34".

@@ -4,6 +4,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "codec/barcode.h"
 #include "labelformat/codec.h"
 #include "labelformat/label_sample.h"
 #include "labelformat/plu_sample.h"
@@ -33,6 +34,7 @@ RecordView viewOf(EditorEnv& env, std::initializer_list<std::pair<int, std::stri
         st.ItemString[static_cast<size_t>(slot)] = s;
         st.ItemUsed[static_cast<size_t>(slot)] = 1;
     }
+    applySizeRule(st);  // slots beyond the 1118 loop need the larger records
     SaveData(*env.state.Conn, 1, st);
     codeFormat(*env.state.Conn);
     store::Recordset rs(*env.state.Conn, "KVR_34");
@@ -339,4 +341,43 @@ TEST(LabelRender, InverseBlockTurnsWhatLiesUnderItWhite) {
         for (int x = 5 * 8 + 4; x < 25 * 8 - 4; ++x) (black(both, x, y) ? blackInside : white)++;
     EXPECT_GT(white, 20) << "no text shows white in the block";
     EXPECT_GT(blackInside, white * 4);
+}
+
+TEST(LabelRender, MultiBarcodeItemPrintsThePlusBufferAsGs1128) {
+    EditorEnv env;
+    env.state.prepareCodec();
+    ASSERT_NE(env.state.codePage, nullptr);
+    const auto buffer = codec::buildMultiBarcode("(01)09501101530003(10)A12", 0, *env.state.codePage);
+    {
+        store::Recordset rs(*env.state.Conn, "KVR_25");
+        rs.addNew();
+        rs.setValue("PLU_No", store::Value(77));
+        rs.setValue("ST_No", store::Value(1));
+        rs.setValue("PLU_MultiBar1", store::Value(store::Bytes(buffer.begin(), buffer.end())));
+        rs.setValue("Stat2B_MBarcode1", store::Value(1));
+        // Filled but switched off: not printed.
+        rs.setValue("PLU_MultiBar2", store::Value(store::Bytes(buffer.begin(), buffer.end())));
+        rs.setValue("Stat2B_MBarcode2", store::Value(0));
+        rs.update();
+    }
+    const PluSample plu = findPluSample(*env.state.Conn, 77, env.state.codecEnvironment());
+    ASSERT_TRUE(plu.found);
+    EXPECT_EQ(plu.multiBarcodes[0], "(01)09501101530003(10)A12");
+    EXPECT_EQ(plu.multiBarcodes[1], "");
+    PreviewData d;
+    d.sample = labelSample(plu, NumberFormat{});
+    EXPECT_EQ(d.sample.gs1BySlot.count(72), 1u);
+    EXPECT_EQ(d.sample.gs1BySlot.count(73), 0u);
+    const RecordView v = viewOf(env, {{72, item(3, 10, "0070", 15, 50, "0000")}});
+    ASSERT_EQ(v.items.size(), 1u);
+    QTemporaryDir dir;
+    const QString png = dir.filePath("gs1.png");
+    ASSERT_TRUE(renderLabel(v, d).save(png));
+    QProcess zbar;
+    zbar.start("zbarimg", {"--raw", "-q", png});
+    ASSERT_TRUE(zbar.waitForFinished(20000));
+    // The reader gives the element strings, the separator after a variable one as GS.
+    const QString read = QString::fromLatin1(zbar.readAllStandardOutput()).trimmed();
+    EXPECT_TRUE(read.startsWith("0109501101530003")) << read.toStdString();
+    EXPECT_TRUE(read.endsWith("10A12")) << read.toStdString();
 }

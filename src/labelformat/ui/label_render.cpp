@@ -44,14 +44,21 @@ void drawSymbol(QPainter& p, int symbology, const std::string& data, const QRect
     // ITF-14's bearer box is the carton printer's business: the label carries the bars.
     s->border_width = 0;
     s->output_options &= ~(BARCODE_BOX | BARCODE_BIND);
-    if (symbology == BARCODE_GS1_128) s->input_mode = GS1_MODE;
+    // The buffers hold their application identifiers in parentheses; the check digits are the
+    // operator's, as the scale prints them.
+    if (symbology == BARCODE_GS1_128)
+        s->input_mode = GS1_MODE | GS1NOCHECK_MODE | (data.find('(') != std::string::npos ? GS1PARENS_MODE : 0);
+    bool drawn = false;
     if (ZBarcode_Encode(s, reinterpret_cast<const unsigned char*>(data.data()), static_cast<int>(data.size())) < ZINT_ERROR &&
         ZBarcode_Buffer_Vector(s, 0) < ZINT_ERROR && s->vector && s->vector->width > 0 && s->vector->height > 0) {
         const double sx = box.width() / s->vector->width, sy = box.height() / s->vector->height;
         for (zint_vector_rect* r = s->vector->rectangles; r; r = r->next)
             p.fillRect(QRectF(box.x() + r->x * sx, box.y() + r->y * sy, r->width * sx, r->height * sy), Qt::black);
+        drawn = true;
     }
     ZBarcode_Delete(s);
+    // A buffer that is no GS1 text still prints, as plain Code 128.
+    if (!drawn && symbology == BARCODE_GS1_128) drawSymbol(p, BARCODE_CODE128, data, box);
 }
 
 void drawBarcode(QPainter& p, const ComposedBarcode& b, const QRectF& box) {
@@ -141,7 +148,8 @@ QImage renderLabel(const RecordView& view, const PreviewData& data) {
         } else if (cls == "B1") {
             drawBarcode(p, data.sample.barcode, box);
         } else if (cls == "B5") {
-            drawSymbol(p, BARCODE_GS1_128, data.sample.gs1, box);
+            const auto own = data.sample.gs1BySlot.find(item.slot);
+            drawSymbol(p, BARCODE_GS1_128, own != data.sample.gs1BySlot.end() ? own->second : data.sample.gs1, box);
         } else if (cls == "B2") {
             // An inverse block turns what lies under it white on black, whatever was drawn
             // before or after it: the blocks are drawn last, below.
