@@ -175,6 +175,8 @@ LabelSample labelSample(const PluSample& given, const NumberFormat& f) {
     v.price = total;
     v.weight = weight;
     s.barcode = composeBarcode(p.formatLine, p.itfList, v);
+    // BAR_LAST_BYTE: the odd styles print the bars without their digits.
+    s.barcode.withDigits = p.lastByte % 2 == 0;
     for (size_t i = 0; i < kMultiBarcodeSlots.size(); ++i)
         if (!p.multiBarcodes[i].empty()) s.gs1BySlot[kMultiBarcodeSlots[i]] = p.multiBarcodes[i];
     return s;

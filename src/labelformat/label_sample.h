@@ -15,6 +15,7 @@ enum class BarcodeKind { Ean13, Ean8, UpcA, UpcE, Itf14, Itf16 };
 struct ComposedBarcode {
     BarcodeKind kind = BarcodeKind::Ean13;
     std::string digits;  // every digit the symbol carries but its final check digit
+    bool withDigits = true;  // the digits printed under the bars (BAR_LAST_BYTE: even values)
 };
 
 // The values a barcode format line draws its digits from.
@@ -55,6 +56,7 @@ struct PluSample {
     BarcodeValues barcode;
     std::string formatLine;  // the PLU's line of EAN_DISP or ITF_DISP
     bool itfList = false;
+    int64_t lastByte = 0;    // PLU_EANLastByte as resolved: 0 to 9 the bar style of BAR_LAST_BYTE
     // The texts of the multi barcode buffers in use (PLU_MultiBar1, PLU_MultiBar2,
     // PLU_TMultiBar1, PLU_TMultiBar2), "" for one not in use.
     std::array<std::string, 4> multiBarcodes;

@@ -61,6 +61,7 @@ PluSample findPluSample(store::Database& db, int64_t pluNo, const codec::CodecEn
     }
     p.barcode.flags = flags;
     p.itfList = lastByte >= 10;
+    p.lastByte = lastByte;
     if (env.barcodeLists) {
         const auto& list = p.itfList ? env.barcodeLists->ITF_DISP : env.barcodeLists->EAN_DISP;
         if (const std::string* line = codec::builtInFormatLine(list, format)) p.formatLine = *line;

@@ -46,7 +46,8 @@ int main(int argc, char** argv) {
         enter(f.get(), "txtItemPosY", QString::number(p.y));
     }
     enter(f.get(), "txtItemWidth", "54");
-    enter(f.get(), "txtItemPosY", "43");
+    enter(f.get(), "txtItemPosY", "48");
+    enter(f.get(), "txtItemHeight", "1");
     app.processEvents();
     f->grab().save(out + "/label_editor_twenty_items.png");
     // The same label as printed: real size and 200 %.

@@ -381,3 +381,30 @@ TEST(LabelRender, MultiBarcodeItemPrintsThePlusBufferAsGs1128) {
     EXPECT_TRUE(read.startsWith("0109501101530003")) << read.toStdString();
     EXPECT_TRUE(read.endsWith("10A12")) << read.toStdString();
 }
+
+TEST(LabelRender, BarcodeDigitsFollowTheBarStyle) {
+    EditorEnv env;
+    // A 48 x 15 mm EAN-13 at (4, 10) mm: x 32..416, y 200..320.
+    const RecordView v = viewOf(env, {{11, item(4, 10, "0070", 15, 48, "0000")}});
+    PreviewData with;
+    PreviewData without;
+    without.sample.barcode.withDigits = false;
+    const QImage a = renderLabel(v, with), b = renderLabel(v, without);
+    // Below the left half's bars (the guard bars run on beside it): the digits, or nothing.
+    auto blackBelow = [](const QImage& img) {
+        int n = 0;
+        for (int y = 311; y < 319; ++y)
+            for (int x = 110; x < 190; ++x) n += black(img, x, y);
+        return n;
+    };
+    EXPECT_GT(blackBelow(a), 50) << "no digits under the bars";
+    EXPECT_EQ(blackBelow(b), 0);
+    // Either way the bars are there.
+    int barsWith = 0, barsWithout = 0;
+    for (int x = 32; x < 416; ++x) {
+        barsWith += black(a, x, 250);
+        barsWithout += black(b, x, 250);
+    }
+    EXPECT_GT(barsWith, 100);
+    EXPECT_GT(barsWithout, 100);
+}

@@ -89,6 +89,11 @@ TEST(LabelSample, PluValuesInTheSettingsFormatOrTheSamples) {
     EXPECT_EQ(s.texts.at(5), "10.00");  // 19.99 a kilogram, 0.500 kg, half up
     EXPECT_EQ(s.texts.at(7), "Gouda");
     EXPECT_EQ(s.barcode.digits, "2200345" + std::to_string(priceCheckDigit("1000")) + "1000");
+    EXPECT_TRUE(s.barcode.withDigits);
+    p.lastByte = 3;  // tall bars, without digits
+    EXPECT_FALSE(labelSample(p, f).barcode.withDigits);
+    p.lastByte = 4;
+    EXPECT_TRUE(labelSample(p, f).barcode.withDigits);
     f.priceDecimals = 0;
     EXPECT_EQ(labelSample(p, f).texts.at(1), "1999");
 }

@@ -35,12 +35,13 @@ int packedPair(uint8_t hi, uint8_t lo) {
     return n;
 }
 
-// Fills the bars of a symbol into the box, scaled to it.
-void drawSymbol(QPainter& p, int symbology, const std::string& data, const QRectF& box) {
+// Fills the bars of a symbol into the box, scaled to it, with its digits under the bars when
+// asked for (zint places them; the font is ours).
+void drawSymbol(QPainter& p, int symbology, const std::string& data, const QRectF& box, bool withDigits = false) {
     zint_symbol* s = ZBarcode_Create();
     if (!s) return;
     s->symbology = symbology;
-    s->show_hrt = 0;
+    s->show_hrt = withDigits ? 1 : 0;
     // ITF-14's bearer box is the carton printer's business: the label carries the bars.
     s->border_width = 0;
     s->output_options &= ~(BARCODE_BOX | BARCODE_BIND);
@@ -54,22 +55,35 @@ void drawSymbol(QPainter& p, int symbology, const std::string& data, const QRect
         const double sx = box.width() / s->vector->width, sy = box.height() / s->vector->height;
         for (zint_vector_rect* r = s->vector->rectangles; r; r = r->next)
             p.fillRect(QRectF(box.x() + r->x * sx, box.y() + r->y * sy, r->width * sx, r->height * sy), Qt::black);
+        QFont f("Liberation Mono");
+        f.setStyleHint(QFont::Monospace);
+        for (zint_vector_string* t = s->vector->strings; t; t = t->next) {
+            f.setPixelSize(std::max(1, qRound(t->fsize * sy)));
+            p.setFont(f);
+            p.setPen(Qt::black);
+            const QString text = QString::fromLatin1(reinterpret_cast<const char*>(t->text), t->length);
+            const double w = QFontMetricsF(f).horizontalAdvance(text);
+            const double x = box.x() + t->x * sx;
+            const double left = t->halign == 1 ? x : (t->halign == 2 ? x - w : x - w / 2);
+            p.drawText(QPointF(left, box.y() + t->y * sy), text);
+        }
         drawn = true;
     }
     ZBarcode_Delete(s);
     // A buffer that is no GS1 text still prints, as plain Code 128.
-    if (!drawn && symbology == BARCODE_GS1_128) drawSymbol(p, BARCODE_CODE128, data, box);
+    if (!drawn && symbology == BARCODE_GS1_128) drawSymbol(p, BARCODE_CODE128, data, box, withDigits);
 }
 
 void drawBarcode(QPainter& p, const ComposedBarcode& b, const QRectF& box) {
+    const bool d = b.withDigits;
     switch (b.kind) {
         case BarcodeKind::Ean13:
-        case BarcodeKind::Ean8: drawSymbol(p, BARCODE_EANX, b.digits, box); break;
-        case BarcodeKind::UpcA: drawSymbol(p, BARCODE_UPCA, b.digits, box); break;
-        case BarcodeKind::UpcE: drawSymbol(p, BARCODE_UPCE, b.digits.substr(b.digits.size() > 6 ? b.digits.size() - 6 : 0), box); break;
-        case BarcodeKind::Itf14: drawSymbol(p, BARCODE_ITF14, b.digits, box); break;
+        case BarcodeKind::Ean8: drawSymbol(p, BARCODE_EANX, b.digits, box, d); break;
+        case BarcodeKind::UpcA: drawSymbol(p, BARCODE_UPCA, b.digits, box, d); break;
+        case BarcodeKind::UpcE: drawSymbol(p, BARCODE_UPCE, b.digits.substr(b.digits.size() > 6 ? b.digits.size() - 6 : 0), box, d); break;
+        case BarcodeKind::Itf14: drawSymbol(p, BARCODE_ITF14, b.digits, box, d); break;
         // Interleaved 2 of 5 of sixteen digits: the check digit is ours, zint adds none.
-        case BarcodeKind::Itf16: drawSymbol(p, BARCODE_C25INTER, readableDigits(b), box); break;
+        case BarcodeKind::Itf16: drawSymbol(p, BARCODE_C25INTER, readableDigits(b), box, d); break;
     }
 }
 
