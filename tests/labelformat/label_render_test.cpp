@@ -17,6 +17,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QScreen>
 #include "store/recordset.h"
 
@@ -108,6 +109,11 @@ TEST(LabelPreview, FollowsTheEditorAndZooms) {
     FrmLabelPreview* p = f->preview();
     ASSERT_NE(p, nullptr);
     EXPECT_EQ(p->objectName(), "frmLabelPreview");
+    ASSERT_NE(p->findChild<QLineEdit*>("txtPluNo"), nullptr);
+    auto* labPluNo = p->findChild<QLabel*>("labPluNo");
+    ASSERT_NE(labPluNo, nullptr);
+    EXPECT_EQ(labPluNo->text().toStdString(), env.state.text("frm_LabelFormat", "labPluNo"));
+    EXPECT_FALSE(labPluNo->text().isEmpty());
     EXPECT_EQ(p->image().size(), QSize(448, 400));
     EXPECT_FALSE(black(p->image(), 3 * 8 + 100, 400 - 3 * 8 - 20));
     brindale::labelformat::test::tick(f.get(), 11, true);  // a barcode at (3, 3), not saved
