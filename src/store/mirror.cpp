@@ -463,6 +463,97 @@ void pluProblemsStopTheEnd(const MirrorReport& report) {
                       first.column, reason, std::move(all));
 }
 
+// ---------- label formats ----------
+
+// The number in bytes 0 to 3 of a label format record (packed digits), or -1.
+int packedFormatNumber(const std::vector<uint8_t>& r) {
+    if (r.size() < 4) return -1;
+    int n = 0;
+    for (size_t i = 0; i < 4; ++i)
+        for (int shift : {4, 0}) {
+            const int d = (r[i] >> shift) & 0x0F;
+            if (d > 9) return -1;
+            n = n * 10 + d;
+        }
+    return n;
+}
+
+// Why a scale would refuse this label format record, or "" when it is one it takes.
+std::string labelFormatDamage(const Value& v) {
+    if (v.isText()) return "it holds text, not a record";
+    const std::vector<uint8_t>& r = v.bytes();
+    const size_t n = r.size();
+    if (n != 1118 && n != 1400 && n != 1664)
+        return "its record is " + std::to_string(n) + " bytes long, none of 1118, 1400 and 1664";
+    if (static_cast<size_t>(r[4] << 8 | r[5]) != n)
+        return "its record of " + std::to_string(n) + " bytes gives " + std::to_string(r[4] << 8 | r[5]) +
+               " as its length";
+    const int number = packedFormatNumber(r);
+    if (number < 1 || number > 99) return "its bytes 0 to 3 are no packed number 1 to 99";
+    return "";
+}
+
+// The good records of the mirror the end replaces, by format number: a damaged row keeps the
+// record it had there rather than losing the format. Read before the new file is opened, which
+// may be the same file.
+std::map<int, std::vector<uint8_t>> lastGoodLabelFormats(const std::string& path) {
+    std::map<int, std::vector<uint8_t>> kept;
+    std::error_code ec;
+    if (path.empty() || !fs::exists(path, ec)) return kept;
+    const std::string data = readWhole(path);
+    size_t pos = 0;
+    while (pos + 6 <= data.size()) {
+        const size_t len = static_cast<uint8_t>(data[pos + 4]) << 8 | static_cast<uint8_t>(data[pos + 5]);
+        if (len < 6 || pos + len > data.size()) break;  // the rest cannot be framed
+        Value v(std::vector<uint8_t>(data.begin() + static_cast<std::ptrdiff_t>(pos),
+                                     data.begin() + static_cast<std::ptrdiff_t>(pos + len)));
+        if (labelFormatDamage(v).empty()) kept[packedFormatNumber(v.bytes())] = v.bytes();
+        pos += len;
+    }
+    return kept;
+}
+
+// Label formats are never blanked by the end: a row whose record a scale would refuse writes the
+// last good record the mirror held for its number, and the operator is told which format and why;
+// without one it writes its own record if that can at least be framed.
+void exportLabelFormatRecords(Database& db, const MirrorRecordFile& f, DurableFile& out,
+                              const std::map<int, std::vector<uint8_t>>& lastGood, Progress& p,
+                              MirrorReport& report) {
+    const TableDef* t = db.table(f.table);
+    auto st = db.prepare("SELECT PF_No, KVRBinData FROM " + quoteIdent(t->name) + " ORDER BY rowid");
+    while (st->step()) {
+        const Value no = st->column(0);
+        const Value v = st->column(1);
+        std::vector<uint8_t> rec = v.bytes();
+        const std::string damage = v.isNull() ? std::string() : labelFormatDamage(v);
+        if (!damage.empty()) {
+            const std::string name = "Label format " + no.toText();
+            const std::string text = no.toText();
+            long number = -1;
+            if (!text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) || c == ' '; }))
+                number = std::strtol(text.c_str(), nullptr, 10);
+            const auto good = lastGood.find(static_cast<int>(number));
+            if (good != lastGood.end()) {
+                rec = good->second;
+                report.warnings.push_back(name + ": " + damage + "; its last good record of " +
+                                          std::to_string(rec.size()) + " bytes was kept");
+            } else if (recordFits(f, rec)) {
+                // Nothing earlier to fall back on: it goes as it stands, which the editor lists
+                // on opening for the operator to open and save.
+            } else {
+                report.warnings.push_back(name + ": " + damage +
+                                          "; there is no earlier record to keep, so the format has no record");
+                rec = placeholderRecord(f);
+            }
+        } else if (!recordFits(f, rec)) {
+            rec = placeholderRecord(f);  // no record is kept as none
+        }
+        out.write(rec.data(), rec.size());
+        p.step();
+        p.checkpoint();
+    }
+}
+
 // Departments, main groups and flexi barcodes: the next start decodes their records over the
 // rows, so each row gets a record that gives it back its own number and name, or the end stops.
 template <class Row>
@@ -489,14 +580,20 @@ void exportSmallRecords(Database& db, const MirrorRecordFile& f, DurableFile& ou
     }
 }
 
-void exportRecordFiles(Database& db, const std::string& folder, const MirrorOptions& o, Progress& p,
-                       MirrorReport& report) {
+// previous: the folder of the mirror this end replaces ("" for none).
+void exportRecordFiles(Database& db, const std::string& folder, const std::string& previous, const MirrorOptions& o,
+                       Progress& p, MirrorReport& report) {
     for (const auto& f : mirrorRecordFiles()) {
         const TableDef* t = db.table(f.table);
         if (!t) db.fail(std::string("there is no table ") + f.table);
+        const bool labelFormats = std::string_view(f.table) == "KVR_34";
+        const auto lastGood =
+            labelFormats && !previous.empty() ? lastGoodLabelFormats(previous + "/" + f.file) : std::map<int, std::vector<uint8_t>>{};
         DurableFile out(folder + "/" + f.file);
         const auto small = codec::smallTableFromName(f.table);
-        if (f.extra == RecordExtra::Plu) {
+        if (labelFormats) {
+            exportLabelFormatRecords(db, f, out, lastGood, p, report);
+        } else if (f.extra == RecordExtra::Plu) {
             exportPluRecords(db, f, out, o, p, report);
         } else if (small == codec::SmallTable::Dept) {
             exportSmallRecords<codec::DeptRow>(db, f, out, o, codec::deptColumns(), "DP_No", p);
@@ -912,7 +1009,7 @@ MirrorReport exportRecords(Database& db, const std::string& folder, const Mirror
     Progress p{options};
     for (const auto& f : mirrorRecordFiles()) p.total += countRows(db, f.table);
     MirrorReport report;
-    exportRecordFiles(db, folder, options, p, report);
+    exportRecordFiles(db, folder, folder, options, p, report);
     return report;
 }
 
@@ -1035,7 +1132,7 @@ MirrorReport writeMirror(Database& db, const std::string& appDir, const MirrorOp
     // Every row is read once, in order, through the page cache: mapping the whole file made it
     // count as resident (378 MB at 300,000 PLUs) and was not faster.
     exportTextFiles(db, staging, p);
-    exportRecordFiles(db, staging, options, p, report);
+    exportRecordFiles(db, staging, live, options, p, report);
     if (historyRows > 0) exportTextFile(db, staging, transferLogMirrorFile(), p);
     if (!report.problems.empty() && options.confirmKeptRecords && !options.confirmKeptRecords(report.problems))
         throw MirrorCancelled(report.problems);

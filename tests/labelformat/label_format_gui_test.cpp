@@ -2,6 +2,8 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QScreen>
+#include <QScrollArea>
 #include <QWheelEvent>
 
 #include "labelformat/editor_support.h"
@@ -322,4 +324,60 @@ TEST(LabelEditor, NonHexadecimalTextIsNamedAtTheSave) {
     ASSERT_EQ(env.asked.size(), 1u);
     EXPECT_NE(env.asked[0].find("PF_Res032"), std::string::npos) << env.asked[0];
     EXPECT_NE(env.asked[0].find("XYZ"), std::string::npos);
+}
+
+TEST(LabelEditor, RealSizeAndPercentZoomsFromTheCombo) {
+    EditorEnv env;
+    auto f = env.open();
+    auto* zoom = child<QComboBox>(f.get(), "comboZoom");
+    ASSERT_NE(zoom, nullptr);
+    ASSERT_EQ(zoom->count(), 6);
+    EXPECT_EQ(zoom->currentIndex(), 2);
+    choose(f.get(), "comboZoom", 3);  // 200 %
+    EXPECT_DOUBLE_EQ(f->zoom(), ui::FrmLabelFormat::kDefaultZoom * 2);
+    EXPECT_EQ(f->picLabel()->width(), qRound(4480 * ui::FrmLabelFormat::kDefaultZoom * 2));
+    choose(f.get(), "comboZoom", 5);  // real size
+    const double dpi = f->screen()->logicalDotsPerInchX();
+    EXPECT_DOUBLE_EQ(f->zoom(), dpi / 25.4 / 80);
+    // 56 mm wide and 50 mm high on the screen.
+    EXPECT_NEAR(f->picLabel()->width(), 56 / 25.4 * dpi, 1.0);
+    EXPECT_NEAR(f->picLabel()->height(), 50 / 25.4 * dpi, 1.0);
+    // The rules in units hold: a box keeps its units.
+    tick(f.get(), 7, true);
+    EXPECT_NEAR(f->picItem(7)->width(), f->picItem(7)->units.width() / 80.0 / 25.4 * dpi, 1.0);
+}
+
+TEST(LabelEditor, OpensScrolledToTheTopLeftAtAnyZoom) {
+    EditorEnv env;
+    auto f = env.open();
+    f->resize(700, 420);
+    choose(f.get(), "comboZoom", 4);  // 400 %: the label is larger than its area
+    f->show();
+    QApplication::processEvents();
+    auto* area = child<QScrollArea>(f.get(), "scrollLabel");
+    ASSERT_NE(area, nullptr);
+    EXPECT_GT(area->verticalScrollBar()->maximum(), 0);
+    EXPECT_GT(area->horizontalScrollBar()->maximum(), 0);
+    EXPECT_EQ(area->verticalScrollBar()->value(), 0);
+    EXPECT_EQ(area->horizontalScrollBar()->value(), 0);
+    // The label's top-left corner is in sight, and the window fits its size.
+    const QPoint corner = f->picLabel()->mapTo(area->viewport(), QPoint(0, 0));
+    EXPECT_GE(corner.y(), 0);
+    EXPECT_GE(corner.x(), 0);
+    EXPECT_LT(corner.y(), area->viewport()->height());
+    EXPECT_LE(f->height(), 420);
+    // Scrolled away, a zoom change brings the corner back.
+    area->verticalScrollBar()->setValue(area->verticalScrollBar()->maximum());
+    area->horizontalScrollBar()->setValue(area->horizontalScrollBar()->maximum());
+    choose(f.get(), "comboZoom", 3);
+    EXPECT_EQ(area->verticalScrollBar()->value(), 0);
+    EXPECT_EQ(area->horizontalScrollBar()->value(), 0);
+    // Ctrl+wheel over the label zooms rather than scrolls.
+    const double before = f->zoom();
+    QWheelEvent in(QPointF(10, 10), QPointF(10, 10), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::ControlModifier,
+                   Qt::NoScrollPhase, false);
+    QApplication::sendEvent(area->viewport(), &in);
+    EXPECT_DOUBLE_EQ(f->zoom(), before * 1.25);
+    EXPECT_EQ(area->verticalScrollBar()->value(), 0);
+    f->hide();
 }

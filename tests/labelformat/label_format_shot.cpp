@@ -8,6 +8,7 @@
 
 #include "labelformat/editor_support.h"
 #include "labelformat/ui/label_preview.h"
+#include "store/recordset.h"
 
 using namespace brindale::labelformat::test;
 
@@ -15,6 +16,22 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const QString out = argc > 1 ? argv[1] : ".";
     EditorEnv env;
+    env.state.prepareCodec();
+    {
+        // A PLU for the preview to print: EAN-13 F1 F2 CCCCC X PPPP CD.
+        brindale::store::Recordset rs(*env.state.Conn, "KVR_25");
+        rs.addNew();
+        rs.setValue("PLU_No", brindale::store::Value(345));
+        rs.setValue("ST_No", brindale::store::Value(1));
+        rs.setValue("PLU_UPrice", brindale::store::Value(1999));
+        rs.setValue("PLU_QTY", brindale::store::Value(1));
+        rs.setValue("PLU_CommodityFirst", brindale::store::Value("Aged Gouda"));
+        rs.setValue("PLU_EANItemCode", brindale::store::Value("345"));
+        rs.setValue("PLU_EANFlags", brindale::store::Value(21));
+        rs.setValue("PLU_BarFormat", brindale::store::Value(2));
+        rs.setValue("PLU_EANLastByte", brindale::store::Value(0));
+        rs.update();
+    }
     auto f = env.open();
     f->resize(1240, 760);
     f->show();
@@ -29,11 +46,13 @@ int main(int argc, char** argv) {
         enter(f.get(), "txtItemPosY", QString::number(p.y));
     }
     enter(f.get(), "txtItemWidth", "54");
-    enter(f.get(), "txtItemPosY", "46");
+    enter(f.get(), "txtItemPosY", "48");
+    enter(f.get(), "txtItemHeight", "1");
     app.processEvents();
     f->grab().save(out + "/label_editor_twenty_items.png");
     // The same label as printed: real size and 200 %.
     f->cmdPreview();
+    enter(f->preview(), "txtPluNo", "345");
     auto* zoom = child<QComboBox>(f->preview(), "comboZoom");
     zoom->setCurrentIndex(zoom->count() - 1);
     app.processEvents();

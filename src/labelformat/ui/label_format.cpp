@@ -12,6 +12,8 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QRegularExpressionValidator>
+#include <QScreen>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
 #include <QWheelEvent>
@@ -179,8 +181,28 @@ void FrmLabelFormat::build() {
     pal.setColor(QPalette::Window, QColor(255, 250, 205));
     picGap_->setPalette(pal);
     picGap_->hide();
+    comboZoom_ = new QComboBox(this);
+    comboZoom_->setObjectName("comboZoom");
+    for (int z : kZoomPercents) comboZoom_->addItem(QString("%1 %").arg(z));
+    comboZoom_->addItem(text("labRealSize"));
+    comboZoom_->setCurrentIndex(2);
     VScrollDisplayLabel_ = new QScrollBar(Qt::Vertical, this);
     VScrollDisplayLabel_->setObjectName("VScrollDisplayLabel");
+    // The label at a zoom larger than the window is seen through this area, which opens at its
+    // top-left corner; the scroll bar of a tall label stays beside the label inside it.
+    auto* canvasWidget = new QWidget;
+    canvasWidget->setObjectName("picCanvas");
+    auto* canvasLayout = new QHBoxLayout(canvasWidget);
+    canvasLayout->setContentsMargins(0, 0, 0, 0);
+    canvasLayout->setSpacing(2);
+    canvasLayout->addWidget(picLabelbox_, 0, Qt::AlignTop);
+    canvasLayout->addWidget(VScrollDisplayLabel_, 0, Qt::AlignTop);
+    canvasLayout->addStretch(1);
+    scrollLabel_ = new QScrollArea(this);
+    scrollLabel_->setObjectName("scrollLabel");
+    scrollLabel_->setWidget(canvasWidget);
+    scrollLabel_->setWidgetResizable(true);
+    scrollLabel_->viewport()->installEventFilter(this);
     for (int i = 0; i < kSlotCount; ++i) {
         auto* box = new ItemBox(*this, i, picLabel_);
         picItem_[static_cast<size_t>(i)] = box;
@@ -228,10 +250,13 @@ void FrmLabelFormat::build() {
     lists->addWidget(listItem_, 3);
     lists->addWidget(label("labSelectItem"));
     lists->addWidget(SelectItem_, 2);
-    auto* canvas = new QHBoxLayout;
-    canvas->addWidget(picLabelbox_, 0, Qt::AlignTop);
-    canvas->addWidget(VScrollDisplayLabel_, 0, Qt::AlignTop);
-    canvas->addStretch(1);
+    auto* zoomRow = new QHBoxLayout;
+    zoomRow->addWidget(label("labZoom"));
+    zoomRow->addWidget(comboZoom_);
+    zoomRow->addStretch(1);
+    auto* canvas = new QVBoxLayout;
+    canvas->addLayout(zoomRow);
+    canvas->addWidget(scrollLabel_, 1);
     auto* top = new QHBoxLayout;
     top->addLayout(left);
     top->addLayout(lists);
@@ -253,7 +278,10 @@ void FrmLabelFormat::build() {
     connect(comboLabelType_, &QComboBox::currentIndexChanged, this, [this](int) {
         if (!quiet_) labelTypeChanged();
     });
-    connect(chkGap_, &QCheckBox::toggled, this, [this](bool) { setLabelGeometry(); });
+    connect(chkGap_, &QCheckBox::toggled, this, [this](bool on) {
+        setLabelGeometry();
+        if (preview_) preview_->setGap(on);
+    });
     connect(listItem_, &QListWidget::itemChanged, this, [this](QListWidgetItem* it) {
         if (!quiet_) listItemChecked(it);
     });
@@ -268,6 +296,7 @@ void FrmLabelFormat::build() {
     connect(comboItemAngle_, &QComboBox::activated, this, [this](int i) { angleChanged(i); });
     connect(comboItemStatus_, &QComboBox::activated, this, [this](int i) { statusChanged(i); });
     connect(comboItemFont_, &QComboBox::activated, this, [this](int i) { fontChanged(i); });
+    connect(comboZoom_, &QComboBox::activated, this, [this](int i) { zoomChosen(i); });
     connect(VScrollDisplayLabel_, &QScrollBar::valueChanged, this, [this](int) { setLabelGeometry(); });
     connect(save, &QPushButton::clicked, this, [this] { cmdSave(); });
     connect(copy, &QPushButton::clicked, this, [this] { cmdCopy(); });
@@ -288,6 +317,42 @@ int FrmLabelFormat::fieldInt(QLineEdit* f) const { return static_cast<int>(leadi
 void FrmLabelFormat::setZoom(double pixelsPerUnit) {
     zoom_ = std::clamp(pixelsPerUnit, kDefaultZoom / 4, kDefaultZoom * 4);
     setLabelGeometry();
+}
+
+double FrmLabelFormat::realSizeZoom() const {
+    const QScreen* s = screen();
+    const double dpi = s ? s->logicalDotsPerInchX() : 96.0;
+    return dpi / 25.4 / kUnitsPerMm;
+}
+
+void FrmLabelFormat::zoomChosen(int index) {
+    if (index >= 0 && index < static_cast<int>(std::size(kZoomPercents)))
+        setZoom(kDefaultZoom * kZoomPercents[index] / 100.0);
+    else
+        setZoom(realSizeZoom());
+    scrollToTopLeft();
+}
+
+void FrmLabelFormat::scrollToTopLeft() {
+    scrollLabel_->horizontalScrollBar()->setValue(0);
+    scrollLabel_->verticalScrollBar()->setValue(0);
+}
+
+void FrmLabelFormat::showEvent(QShowEvent* e) {
+    QDialog::showEvent(e);
+    scrollToTopLeft();
+}
+
+bool FrmLabelFormat::eventFilter(QObject* watched, QEvent* e) {
+    // Ctrl+wheel over the label zooms rather than scrolls.
+    if (watched == scrollLabel_->viewport() && e->type() == QEvent::Wheel) {
+        auto* w = static_cast<QWheelEvent*>(e);
+        if (w->modifiers() & Qt::ControlModifier) {
+            wheelEvent(w);
+            return true;
+        }
+    }
+    return QDialog::eventFilter(watched, e);
 }
 
 void FrmLabelFormat::setLabelGeometry() {
@@ -422,7 +487,10 @@ void FrmLabelFormat::refreshPreview() {
 }
 
 void FrmLabelFormat::cmdPreview() {
-    if (!preview_) preview_ = new FrmLabelPreview(state_, this);
+    if (!preview_) {
+        preview_ = new FrmLabelPreview(state_, this);
+        preview_->setGap(chkGap_->isChecked());
+    }
     refreshPreview();
     preview_->show();
     preview_->raise();

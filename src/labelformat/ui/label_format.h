@@ -18,6 +18,7 @@ class QLineEdit;
 class QListWidget;
 class QListWidgetItem;
 class QPushButton;
+class QScrollArea;
 class QScrollBar;
 
 namespace brindale::shell {
@@ -60,6 +61,11 @@ public:
     // Pixels per label unit.
     double zoom() const { return zoom_; }
     void setZoom(double pixelsPerUnit);
+    // The zoom at which a millimetre of the label is a millimetre on the screen, from the screen's
+    // logical resolution (what the desktop sizes its fonts by).
+    double realSizeZoom() const;
+    // The zooms of comboZoom: 25 % to 400 % of kDefaultZoom, then real size.
+    static constexpr int kZoomPercents[] = {25, 50, 100, 200, 400};
 
     const FormatState& format() const { return st_; }
     const QString& SaveState() const { return saveState_; }
@@ -100,6 +106,8 @@ public:
 protected:
     void closeEvent(QCloseEvent* e) override;
     void wheelEvent(QWheelEvent* e) override;
+    void showEvent(QShowEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
 
 private:
     QString text(const char* key) const;
@@ -129,6 +137,8 @@ private:
     std::string currentClass() const;
     int fieldInt(QLineEdit* f) const;
     void refreshPreview();
+    void zoomChosen(int index);
+    void scrollToTopLeft();
 
     shell::ProgramState& state_;
     FlowRunner runFlow_;
@@ -152,6 +162,8 @@ private:
     QComboBox *comboItemAngle_, *comboItemFont_, *comboItemStatus_;
     QLabel *labThickOrImageNo_, *labThickUnit_;
     QWidget *picLabelbox_, *picLabel_;
+    QScrollArea* scrollLabel_;
+    QComboBox* comboZoom_;
     QScrollBar* VScrollDisplayLabel_;
     class FrmLabelPreview* preview_ = nullptr;
     RecordLayout layout_;
