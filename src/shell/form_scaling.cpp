@@ -106,8 +106,21 @@ void setLayoutsEnabled(QWidget* form, bool on) {
     QWidget* client = clientArea(form);
     auto set = [on](QWidget* w) {
         QLayout* l = w->layout();
-        if (!l || qobject_cast<QStackedLayout*>(l)) return;
-        l->setEnabled(on);
+        if (l && !qobject_cast<QStackedLayout*>(l)) l->setEnabled(on);
+        // A splitter keeps its panes above the minimum their layouts would need; with the
+        // layouts off the panes shrink in proportion like everything else.
+        if (auto* s = qobject_cast<QSplitter*>(w)) {
+            for (int i = 0; i < s->count(); ++i) {
+                QWidget* pane = s->widget(i);
+                const char* kept = "DesignSizePolicy";
+                if (!on) {
+                    if (!pane->property(kept).isValid()) pane->setProperty(kept, QVariant::fromValue(pane->sizePolicy()));
+                    pane->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+                } else if (pane->property(kept).isValid()) {
+                    pane->setSizePolicy(pane->property(kept).value<QSizePolicy>());
+                }
+            }
+        }
     };
     set(client);
     for (QWidget* w : client->findChildren<QWidget*>()) set(w);
