@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QAction>
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QTest>
@@ -89,6 +90,16 @@ TEST_F(FrmScaleGui, LoadShowsTheSettingsOfTheRun) {
         choose(f, "combSYS_Store", 1);
         EXPECT_TRUE(lineEdit(f, "txtSYS_StoreName")->isEnabled());
         EXPECT_TRUE(f->findChild<QLabel*>("lblSYS_StoreName")->isEnabled());
+        // The name is selected whole when the field takes the focus.
+        QLineEdit* name = lineEdit(f, "txtSYS_StoreName");
+        name->setText("North");
+        name->deselect();
+        f->activateWindow();
+        // A click puts the focus there (the field itself selects nothing on a click).
+        name->setFocus(Qt::MouseFocusReason);
+        for (int i = 0; i < 3; ++i) QApplication::processEvents();
+        EXPECT_TRUE(name->hasFocus());
+        EXPECT_EQ(name->selectedText(), "North");
         button(f, "cmdCancel")->click();
     });
     EXPECT_TRUE(shown.empty());

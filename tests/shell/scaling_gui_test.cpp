@@ -7,6 +7,7 @@
 #include <QMenu>
 #include <QSplitter>
 #include <QTableView>
+#include <QTableWidget>
 #include <QTest>
 #include <cstdlib>
 #include <map>
@@ -123,6 +124,7 @@ TEST_F(Scaling, TwiceTheWidthDoublesLeftAndWidthAndKeepsTheFonts) {
     const QSize design = w.centralWidget()->size();
     const auto placed = placedControls(w);
     ASSERT_FALSE(placed.empty());
+    const int gridWidth0 = w.pluGrid()->columnWidth(0);
     resizeClient(w, QSize(design.width() * 2, design.height()));
     for (const auto& p : placed) {
         const QRect now = p.w->geometry();
@@ -132,8 +134,12 @@ TEST_F(Scaling, TwiceTheWidthDoublesLeftAndWidthAndKeepsTheFonts) {
         EXPECT_NEAR(now.height(), p.design.height(), 1) << nameOf(p.w);
         EXPECT_DOUBLE_EQ(p.w->font().pointSizeF(), p.font) << nameOf(p.w);
     }
-    // The list's fixed columns grow with it.
-    EXPECT_GT(w.pluGrid()->columnWidth(0), 0);
+    // The list's fixed columns grow with it; the nutrition grid gives 2/5 and 2.85/5 of its width.
+    EXPECT_NEAR(w.pluGrid()->columnWidth(0), gridWidth0 * 2, 1);
+    auto* nutri = w.findChild<QTableWidget*>("GridNutri");
+    ASSERT_NE(nutri, nullptr);
+    EXPECT_EQ(nutri->columnWidth(0), nutri->width() * 2 / 5);
+    EXPECT_EQ(nutri->columnWidth(1), static_cast<int>(nutri->width() * 2.85 / 5));
     g.end();
 }
 
@@ -205,6 +211,36 @@ TEST_F(Scaling, AMovedSplitterIsTheNewDesign) {
     resizeClient(w, design);
     EXPECT_NEAR(split->sizes()[0], moved[0] / 2.0, 2);
     for (const auto& p : placedControls(w)) EXPECT_EQ(p.w->geometry(), p.design) << nameOf(p.w);
+    g.end();
+}
+
+// New captions have other lengths: the layouts give the design again, and the controls stand at
+// the new Tags times the factors of the moment.
+TEST_F(Scaling, ALanguageChangeRetakesTheDesign) {
+    GuiApp g;
+    firstStore(g, "S");
+    settle();
+    MainWindow& w = g.w();
+    const QSize design = w.centralWidget()->size();
+    QPushButton* fetch = w.button("cmdUpload");
+    ASSERT_NE(fetch, nullptr);
+    const QString tagBefore = fetch->property(kTagProperty).toString();
+    resizeClient(w, QSize(design.width() * 2, design.height()));
+    g.trigger("menuChinese");
+    settle();
+    EXPECT_EQ(g.state().settings.LanguageIndex, 1);
+    EXPECT_NE(fetch->property(kTagProperty).toString(), tagBefore);
+    EXPECT_EQ(g.state().scaleReference.width, design.width());
+    // The menu bar's height may change with the language: the factors are those of the moment.
+    const auto f = factorsFor(g.state().scaleReference, w.centralWidget()->width(), w.centralWidget()->height());
+    EXPECT_DOUBLE_EQ(f.x, 2.0);
+    for (const auto& p : placedControls(w)) {
+        EXPECT_NEAR(p.w->geometry().x(), p.design.x() * 2, 1) << nameOf(p.w);
+        EXPECT_NEAR(p.w->geometry().width(), p.design.width() * 2, 1) << nameOf(p.w);
+        EXPECT_NEAR(p.w->geometry().y(), p.design.y() * f.y, 1) << nameOf(p.w);
+        EXPECT_NEAR(p.w->geometry().height(), p.design.height() * f.y, 1) << nameOf(p.w);
+    }
+    g.trigger("menuEnglish");
     g.end();
 }
 
