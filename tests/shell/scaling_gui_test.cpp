@@ -13,7 +13,11 @@
 #include <map>
 
 #include "gui_support.h"
+#include "exchange/ui/import_export_window.h"
+#include "labelformat/ui/label_preview.h"
+#include "scalefiles/ui/string_edit.h"
 #include "shell/form_scaling.h"
+#include "shell/screens.h"
 
 using namespace brindale;
 using namespace brindale::testing;
@@ -337,5 +341,31 @@ TEST_F(Scaling, UnderThaiEveryFormTheMenusOpenHasTahomaAndCharset222) {
         EXPECT_GT(checked, 2) << o.form;
         EXPECT_TRUE(wrong.empty()) << o.form << ": " << wrong.size() << " controls, the first " << wrong.front();
     }
+    g.end();
+}
+
+// The forms that other forms open (and the loading and closing screens) take the character set
+// in their load too.
+TEST_F(Scaling, UnderThaiTheInnerFormsAndScreensHaveTahomaAndCharset222) {
+    Locale thai("th_TH.UTF-8");
+    GuiApp g;
+    firstStore(g, "S");
+    exchange::ImportResult result;
+    std::vector<std::unique_ptr<QWidget>> forms;
+    forms.emplace_back(std::make_unique<StatusScreen>("frmLoading", "lblloading"));
+    forms.emplace_back(std::make_unique<scalefiles::FrmStringEdit>(g.state(), 0, std::vector<scalefiles::TextLine>{}));
+    forms.emplace_back(std::make_unique<labelformat::ui::FrmLabelPreview>(g.state()));
+    forms.emplace_back(std::make_unique<exchange::ui::FrmImportReport>(g.state(), result));
+    for (const auto& f : forms) {
+        EXPECT_EQ(f->property(kCharsetProperty).toInt(), 222) << nameOf(f.get());
+        int checked = 0;
+        for (QWidget* c : f->findChildren<QWidget*>()) {
+            ++checked;
+            EXPECT_EQ(c->property(kCharsetProperty).toInt(), 222) << nameOf(f.get()) << "/" << nameOf(c);
+            EXPECT_EQ(c->font().family(), "Tahoma") << nameOf(f.get()) << "/" << nameOf(c);
+        }
+        EXPECT_GT(checked, 0) << nameOf(f.get());
+    }
+    forms.clear();
     g.end();
 }
