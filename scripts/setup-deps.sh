@@ -9,7 +9,7 @@ PACKAGES=(
   libsqlite3-dev sqlite3
   libgtest-dev googletest libbenchmark-dev
   clang libclang-rt-14-dev
-  xvfb xauth fonts-noto-cjk
+  xvfb xauth fonts-noto-cjk fonts-tlwg-loma
   qt6-translations-l10n
   qt6-charts-dev libzint-dev zbar-tools fonts-liberation2 poppler-utils
 )

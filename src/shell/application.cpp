@@ -19,6 +19,7 @@
 #include <QDialog>
 #include <QTimer>
 
+#include "data_format_dialog.h"
 #include "guard.h"
 #include "labelformat/ui/label_format.h"
 #include "main_window.h"
@@ -96,6 +97,9 @@ int Application::start() {
         auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
         if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
         new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
+        // The data format dialog; an OK may end the run so that the new format applies.
+        main_->setHandler("menuDataFormat", [this] { openDataFormat(*main_); });
+        main_->setCommandEnabled("menuDataFormat", true);
         // Preset key sheets: the sheet of the machine selected in the tree.
         main_->setHandler("menuEditPresetKey", [this] { presetkey::ui::openPresetKeys(*main_); });
         // Sales totals: fetched from the store's scales through the main window's flow, charted

@@ -15,6 +15,8 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QShowEvent>
+#include <QTableWidget>
 #include <QShortcut>
 #include <QSplitter>
 #include <QStatusBar>
@@ -25,6 +27,7 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include "form_scaling.h"
 #include "guard.h"
 #include "messages.h"
 #include "store/fatal_error.h"
@@ -292,6 +295,10 @@ void MainWindow::buildBody() {
     split->setSizes({280, 880});
     right->setSizes({330, 390});
     setCentralWidget(central);
+    // The client area's resizes drive the scaling; a moved splitter is a new design.
+    central->installEventFilter(this);
+    for (QSplitter* s : {split, right})
+        connect(s, &QSplitter::splitterMoved, this, [this] { retakeDesign(); });
     statusBar()->setObjectName("statusBar");
 }
 
@@ -350,6 +357,7 @@ void MainWindow::loadEvent() {
     state_.selectedGridRow = 0;
     setHelpFile();
     setMainCaptions();
+    prepareForm(this);
     centre();
     tree_->expandAll();
     state_.pluChanged = false;
@@ -379,7 +387,10 @@ void MainWindow::menuLanguage(int index) {
         setMainCaptions();
         return;
     }
-    Settings next = state_.settings;
+    // The file gets what it holds with the new language: after an OK of the data format dialog
+    // that is what the dialog wrote, not the variables of the run.
+    const Settings before = state_.fileSettings();
+    Settings next = before;
     next.LanguageIndex = index;
     try {
         writeSettings(state_.path(kSettingsFile), next);
@@ -390,12 +401,37 @@ void MainWindow::menuLanguage(int index) {
                        MsgButtons::Ok, this);
         return;
     }
+    if (state_.writtenSettings) state_.writtenSettings->LanguageIndex = index;
+    const int oldIndex = state_.settings.LanguageIndex;
+    const LanguageSet oldTables = state_.lang;
     action("menuEnglish")->setChecked(index == 0);
     action("menuChinese")->setChecked(index == 1);
     action("menuOthers")->setChecked(index == 2);
     state_.settings.LanguageIndex = index;
     setEnabled(false);
-    changeLanguage(index);
+    try {
+        changeLanguage(index);
+    } catch (const FatalError& e) {
+        // The new language's tables are damaged (a missing section or key): the run goes on in the
+        // old language, and the file says so again.
+        state_.lang = oldTables;
+        state_.settings.LanguageIndex = oldIndex;
+        if (state_.writtenSettings) state_.writtenSettings->LanguageIndex = oldIndex;
+        state_.prepareCodec();
+        useQtTranslations(oldIndex);
+        setMainCaptions();
+        setEnabled(true);
+        try {
+            Settings back = before;
+            back.LanguageIndex = oldIndex;
+            writeSettings(state_.path(kSettingsFile), back);
+        } catch (const FatalError&) {
+            // The next start reads the new language's number and reports the damage itself.
+        }
+        Messages::show(qs(state_.text("msgbox", "languageFailed")).arg(qs(e.what())), MsgIcon::Exclamation,
+                       MsgButtons::Ok, this);
+        return;
+    }
     setEnabled(true);
     setHelpFile();
 }
@@ -406,6 +442,87 @@ void MainWindow::changeLanguage(int index) {
     state_.prepareCodec();  // the barcode lists come from the new language's block
     useQtTranslations(index);
     setMainCaptions();
+    // New captions have other lengths: the layouts give the design again.
+    retakeDesign();
+}
+
+void MainWindow::showEvent(QShowEvent* e) {
+    QMainWindow::showEvent(e);
+    if (resizeArmed_ || e->spontaneous()) return;
+    // The list and the editor bring controls of their own after the load: they take the
+    // character set too.
+    prepareForm(this);
+    // The design is what the layouts give at the size the window opens with; from here on the
+    // resizes place the controls.
+    layOutNow(this);
+    saveFormGeometry(this, state_.scaleReference);
+    // The window may now be made smaller than the layouts would have allowed: the controls
+    // shrink with it.
+    centralWidget()->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    if (QAbstractItemModel* m = grid_->model()) {
+        gridDesignWidths_.clear();
+        for (int i = 0; i < m->columnCount(); ++i) gridDesignWidths_ << grid_->columnWidth(i);
+    }
+    resizeArmed_ = true;
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
+    if (watched == centralWidget() && e->type() == QEvent::Resize && resizeArmed_ && !retaking_) clientResized();
+    return QMainWindow::eventFilter(watched, e);
+}
+
+void MainWindow::clientResized() {
+    resizeForm(this, state_.scaleReference);
+    sizeGridColumns();
+}
+
+void MainWindow::sizeGridColumns() {
+    const ScaleFactors f =
+        factorsFor(state_.scaleReference, centralWidget()->width(), centralWidget()->height());
+    auto* header = grid_->horizontalHeader();
+    for (int i = 0; i < gridDesignWidths_.size() && i < header->count(); ++i)
+        if (header->sectionResizeMode(i) != QHeaderView::Stretch)
+            grid_->setColumnWidth(i, static_cast<int>(gridDesignWidths_[i] * f.x + 0.5));
+    // The nutrition grid: the caption and the value share most of the width.
+    if (auto* nutri = tabs_->findChild<QTableWidget*>("GridNutri"); nutri && nutri->columnCount() >= 2) {
+        nutri->setColumnWidth(0, nutri->width() * 2 / 5);
+        nutri->setColumnWidth(1, static_cast<int>(nutri->width() * 2.85 / 5));
+    }
+}
+
+void MainWindow::retakeDesign() {
+    if (!resizeArmed_ || retaking_) return;
+    retaking_ = true;
+    QWidget* client = centralWidget();
+    const QSize now = client->size();
+    ScaleReference& ref = state_.scaleReference;
+    const ScaleFactors f = factorsFor(ref, now.width(), now.height());
+    // The splitters keep the operator's proportions at the reference size.
+    std::vector<std::pair<QSplitter*, QList<int>>> splits;
+    for (QSplitter* s : client->findChildren<QSplitter*>()) {
+        const double k = s->orientation() == Qt::Horizontal ? f.x : f.y;
+        QList<int> sizes;
+        for (int v : s->sizes()) sizes << (k > 0 ? static_cast<int>(v / k + 0.5) : v);
+        splits.emplace_back(s, sizes);
+    }
+    // Back to the design font, so that the layouts measure the captions as designed.
+    const double designFont = fontSizeFor(ref, ref.height);
+    for (QWidget* w : scaledControls(this))
+        if (designFont > 0 && w->font().pointSizeF() != designFont) {
+            QFont font = w->font();
+            font.setPointSizeF(designFont);
+            w->setFont(font);
+        }
+    setLayoutsEnabled(this, true);
+    client->resize(ref.width, ref.height);
+    client->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+    for (auto& [s, sizes] : splits) s->setSizes(sizes);
+    layOutNow(this);
+    saveFormGeometry(this, ref);
+    client->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    client->resize(now);
+    retaking_ = false;
+    clientResized();
 }
 
 void MainWindow::menuExit() {

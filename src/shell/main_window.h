@@ -86,8 +86,16 @@ public slots:
     void menuChinese() { menuLanguage(1); }
     void menuOther() { menuLanguage(2); }
 
+    // Window scaling: true once the design is kept and resizes place the controls.
+    bool resizeArmed() const { return resizeArmed_; }
+    // Lays the window out by its layouts at the reference size, with the splitters where the
+    // operator left them, keeps that as the design, and places the controls for the size now.
+    void retakeDesign();
+
 protected:
     void closeEvent(QCloseEvent* e) override;
+    void showEvent(QShowEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
 
 private:
     void buildMenus();
@@ -96,6 +104,9 @@ private:
     void menuLanguage(int index);
     void setHelpFile();
     void centre();
+    // The resize of the client area: the controls by their Tags, then the grids' columns.
+    void clientResized();
+    void sizeGridColumns();
     QAction* addAction(QMenu* menu, const char* name);
     QMenu* addMenu(QMenu* parentMenu, const char* name);
 
@@ -112,6 +123,10 @@ private:
     transfer::KVRDataTrans KVRDataTrans1_;
     transfer::FlowState flowState_;
     bool ending_ = false;
+    bool resizeArmed_ = false;
+    bool retaking_ = false;
+    // The PLU list's column widths at the design size.
+    QList<int> gridDesignWidths_;
 };
 
 // Qt's own texts (the standard buttons Yes, No, Cancel, ...) in the language of the settings:

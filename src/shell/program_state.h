@@ -9,6 +9,7 @@
 #include "codec/environment.h"
 #include "language.h"
 #include "settings.h"
+#include "window_scaling.h"
 #include "store/database.h"
 #include "store/recordset.h"
 
@@ -23,6 +24,11 @@ codec::BarcodeLists barcodeListsOf(const LanguageSet& lang);
 struct ProgramState {
     std::string appDir;  // the application folder: every path is relative to it
     Settings settings;
+    // What the settings file holds once the data format dialog wrote it: the language menus
+    // rewrite this, not the variables of the run, which keep some values until the next start.
+    std::optional<Settings> writtenSettings;
+    // The settings a rewrite of the file starts from.
+    const Settings& fileSettings() const { return writtenSettings ? *writtenSettings : settings; }
     LanguageSet lang;
 
     // The working database. Recordsets are made on first use and live until the end of the run.
@@ -46,6 +52,9 @@ struct ProgramState {
     int currentTab = 1;
 
     std::string helpFile;
+
+    // The main window's design: its client area and font factor when saveFormGeometry ran.
+    ScaleReference scaleReference;
 
     // Set when the run is asked to end from outside (a signal, the end of the desktop session):
     // forms that may not be cancelled let go.

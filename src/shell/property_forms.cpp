@@ -1,4 +1,5 @@
 #include "property_forms.h"
+#include "form_scaling.h"
 
 #include "guard.h"
 
@@ -338,6 +339,8 @@ void PropertyForm::layOut(QLayout* fields, const char* section) {
     outer->addLayout(buttons);
     connect(ok_, &QPushButton::clicked, this, [this] { runOK(); });
     connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
+    // Every control stands now: the system language's character set on each.
+    prepareForm(this);
 }
 
 void PropertyForm::runOK() {

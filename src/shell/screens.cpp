@@ -1,4 +1,5 @@
 #include "screens.h"
+#include "form_scaling.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -33,6 +34,8 @@ StatusScreen::StatusScreen(const QString& objectName, const QString& labelName, 
     setStyleSheet("QWidget#" + objectName + " { border: 1px solid palette(mid); }");
     resize(420, 130);
     sincePaint_.start();
+    // The system language's character set on every control.
+    prepareForm(this);
 }
 
 void StatusScreen::centre() {

@@ -24,6 +24,8 @@ std::string languageNameFor(int index) {
     }
 }
 
+std::string decimalSignFor(int index) { return index == 0 ? "." : ","; }
+
 std::string Settings::LanguageName() const { return languageNameFor(LanguageIndex); }
 
 std::string printNumber(long long v) {
@@ -134,6 +136,7 @@ Settings readSettings(const std::string& path) {
     s.PriceDecimals = ranged("the price decimals", 0, 3, "decimal places");
     // 0 is the point and any other value the comma: every number is a valid sign.
     s.DecimalSignIndex = number("the decimal sign");
+    s.RunDecimalSign = decimalSignFor(s.DecimalSignIndex);
     s.WeightDecimals = ranged("the weight decimals", 0, 3, "decimal places");
     s.ScaleTypeIndex = ranged("the scale type", 0, 1, "0 Alder, 1 Birch");
     s.DateTypeIndex = ranged("the date type", 0, 5, "the six date layouts");

@@ -229,7 +229,7 @@ TEST_F(ReportWindow, ExportWithNothingChosenDecodesAndAsksNothing) {
 
 TEST_F(ReportWindow, ExportWritesTheFileAndSetsAreSavedAndReopened) {
     g->state().settings.PriceDecimals = 2;
-    g->state().settings.DecimalSignIndex = 1;
+    g->state().settings.RunDecimalSign = ",";
     fetched["21"] = {dept(4, 2, 300), dept(5, 1, 7)};
     btn("cmdUpload")->click();
     pick("listItem", "DP_No");
@@ -432,7 +432,7 @@ std::vector<std::vector<std::string>> lines(const std::string& text) {
 TEST_F(ReportEndToEnd, EveryReportFetchedFromStoreOneAndExported) {
     g->state().settings.PriceDecimals = 2;
     g->state().settings.WeightDecimals = 3;
-    g->state().settings.DecimalSignIndex = 0;
+    g->state().settings.RunDecimalSign = ".";
     std::map<std::string, std::vector<std::vector<std::string>>> files;
     bool checked = false;
     ModalDriver driver("frmExportReportData", [&](QDialog* d) {

@@ -149,7 +149,7 @@ TEST_F(Gui, EachNodeKindListsItsPlusInNumberOrder) {
     EXPECT_EQ(c.shownNumbers(), (V{10, 30}));
     EXPECT_NE(c.list().query().find("(PLU_UPrice >=0 and PLU_UPrice <=150)"), std::string::npos);
     // With a comma as the sign the price reads so.
-    c.g.state().settings.DecimalSignIndex = 1;
+    c.g.state().settings.RunDecimalSign = ",";
     EXPECT_EQ(c.cell(0, 4).toStdString(), "0,05");
 }
 

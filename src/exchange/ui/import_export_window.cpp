@@ -1,4 +1,5 @@
 #include "exchange/ui/import_export_window.h"
+#include "shell/form_scaling.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -126,6 +127,8 @@ FrmImportReport::FrmImportReport(const shell::ProgramState& state, const ImportR
     connect(save, &QPushButton::clicked, this, [this] { commandSave(); });
     connect(close, &QPushButton::clicked, this, &QDialog::accept);
     resize(900, 480);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 void FrmImportReport::commandSave() {
@@ -284,6 +287,8 @@ FrmImportOrExport::FrmImportOrExport(shell::ProgramState& state, QWidget* parent
     connect(cmdImportReport_, &QPushButton::clicked, this, [this] { cmdImportReport(); });
     connect(cmdClose_, &QPushButton::clicked, this, &QDialog::accept);
     showDirection();
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 std::vector<std::string> FrmImportOrExport::chosenColumns() const {

@@ -1,4 +1,5 @@
 #include "report_export_window.h"
+#include "shell/form_scaling.h"
 
 #include <QApplication>
 #include <QBarCategoryAxis>
@@ -152,6 +153,8 @@ ReportExportWindow::ReportExportWindow(shell::ProgramState& state, Uploader uplo
     labWaiting_->hide();
     progress_->hide();
     refreshChart();
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 const TotalsLayout& ReportExportWindow::layout() const { return totalsLayouts()[size_t(report_)]; }

@@ -1,4 +1,5 @@
 #include "labelformat/ui/label_format.h"
+#include "shell/form_scaling.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -98,6 +99,8 @@ FrmLabelFormat::FrmLabelFormat(shell::ProgramState& state, FlowRunner runFlow, Q
     labelTypeChanged();
     lastFormatIndex_ = 0;
     saveState_ = "1";
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmLabelFormat::text(const char* key) const { return qs(state_.text("frm_LabelFormat", key)); }

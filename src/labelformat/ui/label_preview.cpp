@@ -1,4 +1,5 @@
 #include "labelformat/ui/label_preview.h"
+#include "shell/form_scaling.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -75,6 +76,8 @@ FrmLabelPreview::FrmLabelPreview(const shell::ProgramState& state, QWidget* pare
         if (!path.isEmpty()) exportPng(path);
     });
     resize(640, 560);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 double FrmLabelPreview::pixelsPerDot() const {

@@ -1,4 +1,5 @@
 #include "plu/ui/flexi_barcode_window.h"
+#include "shell/form_scaling.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -78,6 +79,8 @@ FrmFlexiBarcode::FrmFlexiBarcode(shell::ProgramState& state, Runner runner, QWid
     });
     connect(cmdClose, &QPushButton::clicked, this, &QDialog::reject);
     numberChanged();
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmFlexiBarcode::text(const char* key) const { return qs(state_.text("frm_FlexiBarcode", key)); }

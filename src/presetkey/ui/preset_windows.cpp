@@ -1,4 +1,5 @@
 #include "preset_windows.h"
+#include "shell/form_scaling.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -172,6 +173,8 @@ FrmPresetKey::FrmPresetKey(shell::MainWindow& main, SheetState sheet, QWidget* p
     v->addLayout(row);
     connect(pic_, &PresetCanvas::clickedAt, this, &FrmPresetKey::clickAt);
     redraw();
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmPresetKey::text(const char* key) const { return qs(state_.text("frm_PresetKey", key)); }
@@ -437,6 +440,8 @@ FrmPutPreKey::FrmPutPreKey(shell::ProgramState& state, const SheetState& sheet, 
     pages_ = readKey(*state_.Conn, sheet_.ref, key_);
     PageNo = 1;
     showPage();
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmPutPreKey::text(const char* key) const { return qs(state_.text("frm_PutPreKey", key)); }
@@ -643,6 +648,8 @@ FrmAutoPresetKey::FrmAutoPresetKey(shell::ProgramState& state, const SheetState&
     connect(combDept_, &QComboBox::currentIndexChanged, this, [this] { fillGroups(); });
     connect(ok, &QPushButton::clicked, this, &FrmAutoPresetKey::cmdOK);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmAutoPresetKey::text(const char* key) const { return qs(state_.text("frm_AutoPresetKey", key)); }

@@ -1,4 +1,5 @@
 #include "reportformat/ui/report_format_form.h"
+#include "shell/form_scaling.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -119,6 +120,8 @@ FrmReportFormat::FrmReportFormat(shell::ProgramState& state, Runner runner, QWid
     loadFormat(1);
     loadSequence(1);
     resize(1180, 760);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 FrmReportFormat::~FrmReportFormat() = default;

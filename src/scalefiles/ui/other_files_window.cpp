@@ -1,4 +1,5 @@
 #include "scalefiles/ui/other_files_window.h"
+#include "shell/form_scaling.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -152,6 +153,8 @@ FrmOtherFile::FrmOtherFile(shell::ProgramState& state, Runner runner, QWidget* p
     v->addLayout(checks);
     v->addWidget(lblNote);
     v->addLayout(buttons);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmOtherFile::text(const char* key) const { return qs(state_.text("frm_OtherFiles", key)); }

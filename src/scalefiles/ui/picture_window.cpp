@@ -1,4 +1,5 @@
 #include "scalefiles/ui/picture_window.h"
+#include "shell/form_scaling.h"
 
 #include <QComboBox>
 #include <QCoreApplication>
@@ -155,6 +156,8 @@ FrmPicture::FrmPicture(shell::ProgramState& state, PictureTable table, Runner ru
             if (runner_) runner_(Command::Delete);
         });
     connect(cmdClose_, &QPushButton::clicked, this, &QDialog::reject);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmPicture::text(const char* key) const { return qs(state_.text("frm_Image", key)); }

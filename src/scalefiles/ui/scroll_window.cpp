@@ -1,4 +1,5 @@
 #include <algorithm>
+#include "shell/form_scaling.h"
 
 #include "scalefiles/ui/scroll_window.h"
 
@@ -151,6 +152,8 @@ FrmScrollMSG::FrmScrollMSG(shell::ProgramState& state, Runner runner, QWidget* p
         if (runner_) runner_(Command::DownloadSequence, combSeqNum_->currentIndex() + 1, [this] { return this->cmdSaveS(); });
     });
     connect(cmdClose, &QPushButton::clicked, this, &QDialog::reject);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmScrollMSG::text(const char* key) const { return qs(state_.text("frm_ScrollMSG", key)); }

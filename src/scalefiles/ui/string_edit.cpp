@@ -1,4 +1,5 @@
 #include "scalefiles/ui/string_edit.h"
+#include "shell/form_scaling.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -133,6 +134,8 @@ FrmStringEdit::FrmStringEdit(const shell::ProgramState& state, int kind, std::ve
         if (fontRow_ >= 0) placeOver(cobFont_, fontRow_, kFontColumn);
     });
     refresh();
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmStringEdit::text(const char* key) const { return qs(state_.text("frmStringEdit", key)); }

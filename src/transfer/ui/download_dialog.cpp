@@ -1,4 +1,5 @@
 #include "transfer/ui/download_dialog.h"
+#include "shell/form_scaling.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -63,6 +64,8 @@ DownloadDialog::DownloadDialog(FlowSession& session, Texts texts, QWidget* paren
     l->addWidget(held_);
     l->addLayout(buttons);
     setMinimumWidth(360);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 void DownloadDialog::showEvent(QShowEvent* e) {

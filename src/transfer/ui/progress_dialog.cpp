@@ -1,4 +1,5 @@
 #include "transfer/ui/progress_dialog.h"
+#include "shell/form_scaling.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -77,6 +78,8 @@ ProgressDialog::ProgressDialog(TransferEngine& engine, const LanguageTexts& text
         if (!running_) accept();
     });
     resize(640, 360);
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 TransferSummary ProgressDialog::runModal(bool autoClose) {

@@ -1,4 +1,5 @@
 #include "transfer/ui/transfer_log_window.h"
+#include "shell/form_scaling.h"
 
 #include <QComboBox>
 #include <QDate>
@@ -182,6 +183,8 @@ FrmTransferLog::FrmTransferLog(sqlite3* db, Captions captions, LanguageTexts tra
     connect(DTPickerFrom_, &QDateEdit::dateChanged, this, [this] { applyFilter(); });
     connect(DTPickerTo_, &QDateEdit::dateChanged, this, [this] { applyFilter(); });
     applyFilter();
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 QString FrmTransferLog::caption(const char* key) const {

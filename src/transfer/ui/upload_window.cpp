@@ -1,4 +1,5 @@
 #include "transfer/ui/upload_window.h"
+#include "shell/form_scaling.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -218,6 +219,8 @@ UploadWindow::UploadWindow(shell::ProgramState& state, QWidget* parent)
     unreadableList_->hide();
     cmdTransfer_->setEnabled(false);
     fillStores();
+    // The system language's character set on every control.
+    shell::prepareForm(this);
 }
 
 UploadWindow::~UploadWindow() = default;
