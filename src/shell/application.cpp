@@ -19,7 +19,10 @@
 #include <QDialog>
 #include <QTimer>
 
+#include "about_form.h"
 #include "guard.h"
+#include "help_form.h"
+#include "translate_form.h"
 #include "labelformat/ui/label_format.h"
 #include "main_window.h"
 #include "plu/ui/plu_editor_window.h"
@@ -96,6 +99,18 @@ int Application::start() {
         auto* list = new plu::ui::PluList(*main_, *tree);  // the PLU list follows the tree's node click
         if (auto* editor = qobject_cast<plu::ui::PluEditor*>(main_->pluTabs())) list->attachEditor(*editor);
         new transfer::ui::MainTransfers(*main_, *list);  // send, delete and fetch from the main window
+        // The translation of the third language (the main window hides meanwhile), the version,
+        // and the help of the active form (F1 anywhere; the menu opens the main window's page).
+        main_->setHandler("menuLanguageTranslate", [this] {
+            if (main_->askSavePLU() == 3) return;
+            openTranslate(state_, main_.get());
+        });
+        main_->setHandler("menuSoftwareVersion", [this] {
+            FrmAbout w(state_, main_.get());
+            w.exec();
+        });
+        main_->setHandler("menuSoftwareHelp", [this] { openHelp(state_, main_->objectName(), main_.get()); });
+        installHelpKey(state_);
         // Preset key sheets: the sheet of the machine selected in the tree.
         main_->setHandler("menuEditPresetKey", [this] { presetkey::ui::openPresetKeys(*main_); });
         // Sales totals: fetched from the store's scales through the main window's flow, charted

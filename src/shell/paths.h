@@ -11,8 +11,9 @@ inline constexpr const char* kPresetKeyFile = "ini/PresetKey1.ini";
 inline constexpr const char* kSchemaFile = "Database/ABC1.txt";
 inline constexpr const char* kDatabaseFile = "Database/Brindale1.mdb";
 inline constexpr const char* kMirrorFolder = "AccessData";
-inline constexpr const char* kHelpFileChinese = "Software Help CN1.chm";
-inline constexpr const char* kHelpFileEnglish = "Software Help EN1.chm";
+// The help's contents page in each language; the page of a form is <objectName>.html beside it.
+inline constexpr const char* kHelpFileChinese = "help/zh/index.html";
+inline constexpr const char* kHelpFileEnglish = "help/en/index.html";
 
 std::string joinPath(const std::string& dir, const std::string& relative);
 
