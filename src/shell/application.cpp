@@ -110,6 +110,8 @@ int Application::start() {
             w.exec();
         });
         main_->setHandler("menuSoftwareHelp", [this] { openHelp(state_, main_->objectName(), main_.get()); });
+        for (const char* m : {"menuLanguageTranslate", "menuSoftwareVersion", "menuSoftwareHelp"})
+            main_->setCommandEnabled(m, true);
         installHelpKey(state_);
         // Preset key sheets: the sheet of the machine selected in the tree.
         main_->setHandler("menuEditPresetKey", [this] { presetkey::ui::openPresetKeys(*main_); });

@@ -101,10 +101,12 @@ FrmHelp* openHelp(ProgramState& state, const QString& formName, QWidget* over) {
     // A modal form blocks every window but its own: the help then opens as a window of that form.
     QWidget* modal = QApplication::activeModalWidget();
     QWidget* parent = modal ? modal : over;
-    if (theHelp && theHelp->parentWidget() != parent) {
+    // An open help window is reused; a closed one, or one under another form, is made anew (in
+    // the language of the moment).
+    if (theHelp && (!theHelp->isVisible() || theHelp->parentWidget() != parent)) {
+        theHelp->setAttribute(Qt::WA_DeleteOnClose, false);
         theHelp->close();
-        theHelp->deleteLater();
-        theHelp = nullptr;
+        delete theHelp.data();
     }
     if (!theHelp) {
         theHelp = new FrmHelp(state, parent);
