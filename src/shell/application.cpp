@@ -28,6 +28,7 @@
 #include "plu/ui/plu_editor_window.h"
 #include "plu/ui/flexi_barcode_window.h"
 #include "messages.h"
+#include "paths.h"
 #include "screens.h"
 #include "store/fatal_error.h"
 #include "plu/ui/plu_list.h"
@@ -392,7 +393,9 @@ bool Application::end() {
     return true;
 }
 
-std::string applicationFolder() { return QCoreApplication::applicationDirPath().toStdString(); }
+std::string applicationFolder() {
+    return resolveApplicationFolder(QCoreApplication::applicationDirPath().toStdString(), userDataHome());
+}
 
 bool anotherInstanceRuns() {
     // The program's own file is the lock: nothing is created, and the lock ends with the process.

@@ -1,4 +1,5 @@
-// Brindale: the entry point. It reads no command line and no environment of its own.
+// Brindale: the entry point. It reads no command line; the environment only tells where the
+// per-user application folder of an installed program is.
 #include <unistd.h>
 
 #include <QTimer>
@@ -14,7 +15,13 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName("Brindale");
     if (brindale::shell::anotherInstanceRuns()) return 0;  // silently, touching nothing
 
-    brindale::shell::Application app(brindale::shell::applicationFolder());
+    std::string folder;
+    try {
+        folder = brindale::shell::applicationFolder();
+    } catch (const std::exception& e) {  // the per-user folder could not be made: named
+        return brindale::shell::Application::reportFatal(e);
+    }
+    brindale::shell::Application app(folder);
     app.installTerminationHandlers();
     app.setMainLoopLevel(1);
     if (int status = app.start()) return status;
