@@ -2,6 +2,7 @@
 // per-user application folder of an installed program is.
 #include <unistd.h>
 
+#include <QIcon>
 #include <QTimer>
 #include <cstdlib>
 
@@ -13,6 +14,11 @@ int main(int argc, char** argv) {
     int qtArgc = argc > 0 ? 1 : 0;
     brindale::shell::GuardedApplication qapp(qtArgc, argv);
     QApplication::setApplicationName("Brindale");
+    {
+        QIcon icon;
+        for (int size : {32, 64, 256}) icon.addFile(QString(":/icons/brindale-%1.png").arg(size));
+        QApplication::setWindowIcon(icon);
+    }
     if (brindale::shell::anotherInstanceRuns()) return 0;  // silently, touching nothing
 
     std::string folder;
