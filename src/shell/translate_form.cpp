@@ -1,6 +1,7 @@
 #include "translate_form.h"
 
 #include <QCloseEvent>
+#include <cstdio>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -80,6 +81,7 @@ FrmTranslate::FrmTranslate(ProgramState& state, TranslationFile file, QWidget* p
         const int row = lstOriginal_->currentRow();
         if (row < 0) return;
         file_.setTranslation(static_cast<size_t>(row), text.toStdString());
+        edited_ = true;
         lstTranslate_->item(row)->setText(q(file_.pairs()[row].translationValue));
     });
     connect(cmdClose_, &QPushButton::clicked, this, &QWidget::close);
@@ -94,9 +96,19 @@ void FrmTranslate::showRow(int row) {
     txtTranslateName_->selectAll();
 }
 
+FrmTranslate::~FrmTranslate() {
+    if (!edited_) return;
+    try {
+        file_.save();
+    } catch (const TranslationError& e) {
+        std::fprintf(stderr, "Brindale: %s: the translation was not saved: %s\n", e.file.c_str(), e.reason.c_str());
+    }
+}
+
 bool FrmTranslate::save() {
     try {
         file_.save();
+        edited_ = false;
         return true;
     } catch (const TranslationError& e) {
         Messages::show(q(state_.text("msgbox", "translateSaveFailed")).arg(q(e.file), q(e.reason)),

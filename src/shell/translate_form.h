@@ -18,6 +18,9 @@ class FrmTranslate : public QWidget {
     Q_OBJECT
 public:
     FrmTranslate(ProgramState& state, TranslationFile file, QWidget* parent = nullptr);
+    // A window that goes with the run (the program ended by a signal or the session) writes its
+    // unsaved edits; a failure goes to the error output, as nobody may be at the screen.
+    ~FrmTranslate() override;
 
     const TranslationFile& file() const { return file_; }
     // Writes the file back; false (after the message) when it could not be written.
@@ -41,6 +44,7 @@ private:
     QLineEdit* txtTranslateName_;
     QPushButton* cmdClose_;
     bool syncing_ = false;
+    bool edited_ = false;  // edits not yet written
 };
 
 // Opens frmTranslate over `mainWindow` (which is hidden meanwhile) for the application folder's

@@ -212,6 +212,24 @@ TEST_F(ShellForms, AFailedSaveKeepsTheFormWithItsEditsAndTheFileWhole) {
     g.end();
 }
 
+TEST_F(ShellForms, TheEditsOfATranslationWindowThatGoesWithTheRunAreWritten) {
+    GuiApp g;
+    startFirstRun(g);
+    const std::string path = g.dir->path(shell::kLanguageFile);
+    g.trigger("menuLanguageTranslate");
+    auto* t = translateWindow(g);
+    ASSERT_NE(t, nullptr);
+    t->findChild<QListWidget*>("lstOriginal")->setCurrentRow(5);
+    auto* txt = lineEdit(t, "txtTranslateName");
+    txt->selectAll();
+    QTest::keyClicks(txt, "Gone with the run");
+    // The main window and its children end without a close event, as at the end of the session.
+    delete t;
+    EXPECT_NE(readAll(path).find("=Gone with the run\n"), std::string::npos);
+    g.w().show();
+    g.end();
+}
+
 TEST_F(ShellForms, AboutShowsTheTextsTheVersionAndTheBuild) {
     GuiApp g;
     startFirstRun(g);
