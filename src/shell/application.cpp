@@ -113,7 +113,7 @@ int Application::start() {
         main_->setHandler("menuSoftwareHelp", [this] { openHelp(state_, main_->objectName(), main_.get()); });
         for (const char* m : {"menuLanguageTranslate", "menuSoftwareVersion", "menuSoftwareHelp"})
             main_->setCommandEnabled(m, true);
-        installHelpKey(state_);
+        installHelpKey(state_, this);
         // Preset key sheets: the sheet of the machine selected in the tree.
         main_->setHandler("menuEditPresetKey", [this] { presetkey::ui::openPresetKeys(*main_); });
         // Sales totals: fetched from the store's scales through the main window's flow, charted

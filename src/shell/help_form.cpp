@@ -142,14 +142,9 @@ private:
 };
 }  // namespace
 
-void installHelpKey(ProgramState& state) {
-    static QPointer<QObject> installed;
-    if (installed) {
-        qApp->removeEventFilter(installed);
-        delete installed;
-    }
-    installed = new HelpKey(state, qApp);
-    qApp->installEventFilter(installed);
+void installHelpKey(ProgramState& state, QObject* owner) {
+    // The filter goes with its owner, and Qt drops a destroyed filter from the application.
+    qApp->installEventFilter(new HelpKey(state, owner));
 }
 
 }  // namespace brindale::shell

@@ -37,7 +37,8 @@ private:
 // page of its own gets the contents. The one help window is reused.
 FrmHelp* openHelp(ProgramState& state, const QString& formName, QWidget* over = nullptr);
 
-// Makes F1 open the help of the active form, anywhere in the program.
-void installHelpKey(ProgramState& state);
+// Makes F1 open the help of the active form, anywhere in the program, for as long as `owner`
+// (the run) lives.
+void installHelpKey(ProgramState& state, QObject* owner);
 
 }  // namespace brindale::shell
