@@ -12,7 +12,7 @@ PACKAGES=(
   xvfb xauth fonts-noto-cjk
   qt6-translations-l10n
   qt6-charts-dev libzint-dev zbar-tools fonts-liberation2 poppler-utils
-  desktop-file-utils
+  desktop-file-utils dpkg-dev
 )
 
 missing=()
