@@ -1,5 +1,6 @@
 #include "about_form.h"
 
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
@@ -16,6 +17,12 @@
 #endif
 
 namespace brindale::shell {
+
+QIcon programIcon() {
+    QIcon icon;
+    for (int size : {32, 64, 256}) icon.addFile(QString(":/icons/brindale-%1.png").arg(size), QSize(size, size));
+    return icon;
+}
 
 const char* buildVersion() { return BRINDALE_BUILD_VERSION; }
 const char* buildCommit() { return BRINDALE_BUILD_COMMIT; }
@@ -35,7 +42,16 @@ FrmAbout::FrmAbout(ProgramState& state, QWidget* parent) : QDialog(parent) {
     QFont big = font();
     big.setPointSizeF(big.pointSizeF() * 1.6);
     big.setBold(true);
-    label("lblTitle", t("lblTitle"))->setFont(big);
+    auto* top = new QHBoxLayout;
+    auto* icon = new QLabel(this);
+    icon->setObjectName("imgIcon");
+    icon->setPixmap(programIcon().pixmap(64, 64));
+    top->addWidget(icon);
+    auto* title = new QLabel(t("lblTitle"), this);
+    title->setObjectName("lblTitle");
+    title->setFont(big);
+    top->addWidget(title, 1);
+    box->addLayout(top);
     label("lblFunction", t("lblFunction"));
     label("lblDescription", t("lblDescription"));
     label("lblVersion", t("lblVersion") + " " + kProgramVersion);

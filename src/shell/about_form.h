@@ -1,6 +1,7 @@
 #pragma once
 // frmAbout: the program's title, purpose and version, and the build it came from.
 #include <QDialog>
+#include <QIcon>
 
 namespace brindale::shell {
 
@@ -14,6 +15,9 @@ class FrmAbout : public QDialog {
 public:
     explicit FrmAbout(ProgramState& state, QWidget* parent = nullptr);
 };
+
+// The program's icon in 32, 64 and 256 pixels: the windows' and the desktop's.
+QIcon programIcon();
 
 // The build's own version and commit, as the build system set them when it was configured.
 const char* buildVersion();

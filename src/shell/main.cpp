@@ -2,10 +2,10 @@
 // per-user application folder of an installed program is.
 #include <unistd.h>
 
-#include <QIcon>
 #include <QTimer>
 #include <cstdlib>
 
+#include "about_form.h"
 #include "application.h"
 #include "guard.h"
 
@@ -14,11 +14,7 @@ int main(int argc, char** argv) {
     int qtArgc = argc > 0 ? 1 : 0;
     brindale::shell::GuardedApplication qapp(qtArgc, argv);
     QApplication::setApplicationName("Brindale");
-    {
-        QIcon icon;
-        for (int size : {32, 64, 256}) icon.addFile(QString(":/icons/brindale-%1.png").arg(size));
-        QApplication::setWindowIcon(icon);
-    }
+    QApplication::setWindowIcon(brindale::shell::programIcon());
     if (brindale::shell::anotherInstanceRuns()) return 0;  // silently, touching nothing
 
     std::string folder;

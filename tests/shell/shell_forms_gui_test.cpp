@@ -242,6 +242,7 @@ TEST_F(ShellForms, AboutShowsTheTextsTheVersionAndTheBuild) {
         EXPECT_EQ(button(f, "cmdOK")->text().toStdString(), g.text("frm_About", "cmdOK"));
         EXPECT_NE(f->findChild<QLabel*>("lblFunction"), nullptr);
         EXPECT_NE(f->findChild<QLabel*>("lblDescription"), nullptr);
+        EXPECT_EQ(f->findChild<QLabel*>("imgIcon")->pixmap().size(), QSize(64, 64));
         button(f, "cmdOK")->click();
     });
     g.trigger("menuSoftwareVersion");
@@ -252,6 +253,9 @@ TEST_F(ShellForms, AboutShowsTheTextsTheVersionAndTheBuild) {
     EXPECT_NE(build.find(shell::buildCommit()), std::string::npos) << build;
     EXPECT_NE(build.find(shell::buildVersion()), std::string::npos) << build;
     EXPECT_STRNE(shell::buildCommit(), "unknown");
+    // The windows' icon: the desktop's pictures, built into the program.
+    const auto sizes = shell::programIcon().availableSizes();
+    EXPECT_TRUE(sizes.contains(QSize(32, 32)) && sizes.contains(QSize(256, 256))) << sizes.size();
     g.end();
 }
 
