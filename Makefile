@@ -6,11 +6,12 @@ SHELL := /bin/bash
 BUILD      ?= build
 BENCHBUILD ?= build-bench
 FUZZBUILD  ?= build-fuzz
+PKGBUILD   ?= build-package
 JOBS       ?= $(shell nproc)
 FUZZ_RUNS  ?= 10000000
 FUZZ_SMOKE_SECONDS ?= 10
 
-.PHONY: all deps build run test bench fuzz fuzz-smoke clean
+.PHONY: all deps build run test bench fuzz fuzz-smoke package clean
 
 all: build
 
@@ -68,5 +69,15 @@ fuzz-smoke: fuzz-build
 	  grep -E 'stat::number_of_executed_units' $(FUZZBUILD)/$$(basename $$f).log; \
 	done
 
+# The Debian package: a Release build without tests or benchmarks, packed by CPack (the program,
+# its shipped files, desktop entry and icons; no test tools). The .deb lands in $(PKGBUILD).
+$(PKGBUILD)/build.ninja: | deps
+	@cmake -S . -B $(PKGBUILD) -G Ninja -DCMAKE_BUILD_TYPE=Release -DBRINDALE_TESTS=OFF -DBRINDALE_BENCH=OFF >/dev/null
+
+package: deps $(PKGBUILD)/build.ninja
+	@cmake --build $(PKGBUILD) -j $(JOBS)
+	@cd $(PKGBUILD) && cpack -G DEB
+	@ls $(PKGBUILD)/*.deb
+
 clean:
-	rm -rf $(BUILD) $(BENCHBUILD) $(FUZZBUILD)
+	rm -rf $(BUILD) $(BENCHBUILD) $(FUZZBUILD) $(PKGBUILD)

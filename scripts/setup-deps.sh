@@ -12,6 +12,7 @@ PACKAGES=(
   xvfb xauth fonts-noto-cjk fonts-tlwg-loma
   qt6-translations-l10n
   qt6-charts-dev libzint-dev zbar-tools fonts-liberation2 poppler-utils
+  desktop-file-utils dpkg-dev
 )
 
 missing=()

@@ -20,12 +20,16 @@
 #include <QTimer>
 
 #include "data_format_dialog.h"
+#include "about_form.h"
 #include "guard.h"
+#include "help_form.h"
+#include "translate_form.h"
 #include "labelformat/ui/label_format.h"
 #include "main_window.h"
 #include "plu/ui/plu_editor_window.h"
 #include "plu/ui/flexi_barcode_window.h"
 #include "messages.h"
+#include "paths.h"
 #include "screens.h"
 #include "store/fatal_error.h"
 #include "plu/ui/plu_list.h"
@@ -100,6 +104,20 @@ int Application::start() {
         // The data format dialog; an OK may end the run so that the new format applies.
         main_->setHandler("menuDataFormat", [this] { openDataFormat(*main_); });
         main_->setCommandEnabled("menuDataFormat", true);
+        // The translation of the third language (the main window hides meanwhile), the version,
+        // and the help of the active form (F1 anywhere; the menu opens the main window's page).
+        main_->setHandler("menuLanguageTranslate", [this] {
+            if (main_->askSavePLU() == 3) return;
+            openTranslate(state_, main_.get());
+        });
+        main_->setHandler("menuSoftwareVersion", [this] {
+            FrmAbout w(state_, main_.get());
+            w.exec();
+        });
+        main_->setHandler("menuSoftwareHelp", [this] { openHelp(state_, main_->objectName(), main_.get()); });
+        for (const char* m : {"menuLanguageTranslate", "menuSoftwareVersion", "menuSoftwareHelp"})
+            main_->setCommandEnabled(m, true);
+        installHelpKey(state_, this);
         // Preset key sheets: the sheet of the machine selected in the tree.
         main_->setHandler("menuEditPresetKey", [this] { presetkey::ui::openPresetKeys(*main_); });
         // Sales totals: fetched from the store's scales through the main window's flow, charted
@@ -381,7 +399,9 @@ bool Application::end() {
     return true;
 }
 
-std::string applicationFolder() { return QCoreApplication::applicationDirPath().toStdString(); }
+std::string applicationFolder() {
+    return resolveApplicationFolder(QCoreApplication::applicationDirPath().toStdString(), userDataHome());
+}
 
 bool anotherInstanceRuns() {
     // The program's own file is the lock: nothing is created, and the lock ends with the process.

@@ -61,7 +61,8 @@ private:
     int terminationTries_ = 0;
 };
 
-// The application folder: the folder of the executable.
+// The application folder: the executable's folder when it holds ini/ and may be written, else the
+// per-user folder made from the installed files (resolveApplicationFolder). Throws FatalError.
 std::string applicationFolder();
 
 // True when another copy of the program in this application folder is running. The lock is

@@ -13,7 +13,7 @@ const std::vector<std::string>& languageSections() {
         "frm_PresetKey",     "frm_AutoPresetKey",  "frm_PutPreKey",        "frm_ExportReportData",
         "frm_ImportOrExport", "frm_LabelFormat",   "frm_ScrollMSG",        "frm_Image",
         "frm_About",         "frm_OtherFiles",     "frm_ReportFormat",
-        "frm_TransferLog",
+        "frm_TransferLog",   "frm_Help",
     };
     return names;
 }

@@ -1,9 +1,11 @@
-// Brindale: the entry point. It reads no command line and no environment of its own.
+// Brindale: the entry point. It reads no command line; the environment only tells where the
+// per-user application folder of an installed program is.
 #include <unistd.h>
 
 #include <QTimer>
 #include <cstdlib>
 
+#include "about_form.h"
 #include "application.h"
 #include "guard.h"
 
@@ -12,9 +14,16 @@ int main(int argc, char** argv) {
     int qtArgc = argc > 0 ? 1 : 0;
     brindale::shell::GuardedApplication qapp(qtArgc, argv);
     QApplication::setApplicationName("Brindale");
+    QApplication::setWindowIcon(brindale::shell::programIcon());
     if (brindale::shell::anotherInstanceRuns()) return 0;  // silently, touching nothing
 
-    brindale::shell::Application app(brindale::shell::applicationFolder());
+    std::string folder;
+    try {
+        folder = brindale::shell::applicationFolder();
+    } catch (const std::exception& e) {  // the per-user folder could not be made: named
+        return brindale::shell::Application::reportFatal(e);
+    }
+    brindale::shell::Application app(folder);
     app.installTerminationHandlers();
     app.setMainLoopLevel(1);
     if (int status = app.start()) return status;

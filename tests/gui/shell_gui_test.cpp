@@ -141,7 +141,7 @@ void ShellGuiTest::startShowsCaptionsAndCleanEndDeletesDatabase() {
     QVERIFY(w->action("menuEnglish")->isChecked());
     QVERIFY(!w->action("menuEditLabelFormat")->isEnabled());  // its window comes later
     QVERIFY(w->action("menuExit")->isEnabled());
-    QCOMPARE(QString::fromStdString(a.state().helpFile), QString::fromStdString(app.path("Software Help EN1.chm")));
+    QCOMPARE(QString::fromStdString(a.state().helpFile), QString::fromStdString(app.path("help/en/index.html")));
 
     w->action("menuExit")->trigger();
     QVERIFY(a.ended());
@@ -362,7 +362,7 @@ void ShellGuiTest::languageChangeRewritesSettingsAndCaptions() {
     QCOMPARE(w->button("cmdData")->text(), langText(app, "Chinese", "frmMain_cmd", "MainCmdData"));
     QVERIFY(w->action("menuChinese")->isChecked() && !w->action("menuEnglish")->isChecked());
     QVERIFY(app.read("ini/SETTING1.cfg").rfind(" 1 \r\n", 0) == 0);
-    QCOMPARE(QString::fromStdString(a.state().helpFile), QString::fromStdString(app.path("Software Help CN1.chm")));
+    QCOMPARE(QString::fromStdString(a.state().helpFile), QString::fromStdString(app.path("help/zh/index.html")));
     w->action("menuOthers")->trigger();
     QCOMPARE(menuText(w->action("menuExit")), langText(app, "Other", "frmMain_Menu", "menuExit"));
     QVERIFY(app.read("ini/SETTING1.cfg").rfind(" 2 \r\n", 0) == 0);
