@@ -3,6 +3,7 @@
 
 #include <QTimer>
 #include <cstdlib>
+#include <string>
 
 #include "application.h"
 #include "guard.h"
@@ -12,9 +13,10 @@ int main(int argc, char** argv) {
     int qtArgc = argc > 0 ? 1 : 0;
     brindale::shell::GuardedApplication qapp(qtArgc, argv);
     QApplication::setApplicationName("Brindale");
-    if (brindale::shell::anotherInstanceRuns()) return 0;  // silently, touching nothing
+    const std::string appDir = brindale::shell::applicationFolder();
+    if (!brindale::shell::claimApplicationFolder(appDir)) return 0;  // touching nothing
 
-    brindale::shell::Application app(brindale::shell::applicationFolder());
+    brindale::shell::Application app(appDir);
     app.installTerminationHandlers();
     app.setMainLoopLevel(1);
     if (int status = app.start()) return status;
