@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -35,6 +36,12 @@ namespace {
 
 constexpr long kPlus = 100000;
 constexpr int kScales = 10;
+
+double cpuSelf() {
+    rusage r{};
+    getrusage(RUSAGE_SELF, &r);
+    return double(r.ru_utime.tv_sec + r.ru_stime.tv_sec) + double(r.ru_utime.tv_usec + r.ru_stime.tv_usec) / 1e6;
+}
 
 double loadNow() {
     double l[3] = {0, 0, 0};
@@ -120,19 +127,38 @@ int main(int argc, char** argv) {
         const std::string log = dir + "-out.txt";
         posix_spawn_file_actions_addopen(&fa, 1, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         posix_spawn_file_actions_addopen(&fa, 2, (dir + "-err.txt").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        // The child reports its phases (start, import, pack, transfer, rest, end) on its error output.
+        std::vector<std::string> envs;
+        for (char** e = environ; *e; ++e) envs.push_back(*e);
+        envs.push_back("BRINDALE_CLI_TIMES=1");
+        std::vector<char*> envp;
+        for (auto& e : envs) envp.push_back(e.data());
+        envp.push_back(nullptr);
         const double load = loadNow();
+        const double scalesCpu0 = cpuSelf();
         const auto t0 = Clock::now();
         pid_t pid = -1;
-        if (posix_spawn(&pid, cli.c_str(), &fa, nullptr, argp.data(), environ) != 0) return 1;
+        if (posix_spawn(&pid, cli.c_str(), &fa, nullptr, argp.data(), envp.data()) != 0) return 1;
         int status = 0;
-        ::waitpid(pid, &status, 0);
+        rusage ru{};
+        ::wait4(pid, &status, 0, &ru);
         const double s = std::chrono::duration<double>(Clock::now() - t0).count();
+        const double cliCpu = double(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
+                              double(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
+        const double scalesCpu = cpuSelf() - scalesCpu0;
         posix_spawn_file_actions_destroy(&fa);
         const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
         size_t held = 0;
         for (auto& sc : scales) held += sc->recordCount("25");
-        std::printf("run %d: %.2f s, exit %d, records held by the %d scales %zu, load before %.1f\n", r + 1, s, code,
-                    kScales, held, load);
+        std::string phases;
+        {
+            std::ifstream e(dir + "-err.txt");
+            for (std::string line; std::getline(e, line);)
+                if (line.rfind("times:", 0) == 0) phases = line;
+        }
+        std::printf("run %d: %.2f s wall, cpu %.2f s (brindale-cli) + %.2f s (the ten scales), exit %d, records held by "
+                    "the %d scales %zu, load before %.1f\n  %s\n",
+                    r + 1, s, cliCpu, scalesCpu, code, kScales, held, load, phases.c_str());
         if (code != 0) {
             std::ifstream e(dir + "-err.txt");
             std::string line;

@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -36,6 +38,31 @@ namespace brindale::cli {
 namespace {
 
 std::atomic<bool> g_stop{false};
+
+// For benchmarks only, never configuration: with BRINDALE_CLI_TIMES set, the seconds of each
+// phase go to the error output at the end.
+struct PhaseTimes {
+    bool on = std::getenv("BRINDALE_CLI_TIMES") != nullptr;
+    std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
+    std::string text;
+    void mark(const char* phase) {
+        if (!on) return;
+        const auto now = std::chrono::steady_clock::now();
+        char b[64];
+        std::snprintf(b, sizeof b, " %s %.3f", phase, std::chrono::duration<double>(now - last).count());
+        text += b;
+        last = now;
+    }
+    void print(std::ostream& err) const {
+        if (on) err << "times:" << text << "\n";
+    }
+};
+
+PhaseTimes* g_times = nullptr;
+
+void mark(const char* phase) {
+    if (g_times) g_times->mark(phase);
+}
 
 // A problem of the command line: exit 2 with the message.
 struct UsageError {
@@ -192,16 +219,15 @@ int runPluFlow(shell::ProgramState& state, int store, int section, bool remove, 
     transfer::FlowHooks hooks;
     hooks.downloadDialog = [&](transfer::FlowSession& session) {
         session.firstActivation();
+        mark("pack");
         if (g_stop.load()) session.cancel();
         else session.ok(dept, mg);
     };
     transfer::Flow flow = remove ? transfer::Flow::DeletePlu : transfer::Flow::SendAll;
     const transfer::FlowOutcome o = transfer::runFlow(flow, *state.Conn, control, flowState, ctx, hooks);
-    const int code = reportTransfer(state, o, control, out, err);
-    // The marks were the command's own: the next run starts with none.
-    state.Conn->exec("UPDATE KVR_25 SET Is_Selected = 0 WHERE Is_Selected <> 0");
-    for (const char* table : {"KVR_20", "KVR_23"}) state.Conn->exec(std::string("UPDATE ") + table + " SET Is_Selected = 0 WHERE Is_Selected <> 0");
-    return code;
+    mark("transfer");
+    // The marks stay: the mirror keeps none, and the working database goes at the end.
+    return reportTransfer(state, o, control, out, err);
 }
 
 int runStoreFlow(shell::ProgramState& state, transfer::Flow flow, int store, int section, const Transfers& t,
@@ -215,9 +241,7 @@ int runStoreFlow(shell::ProgramState& state, transfer::Flow flow, int store, int
     ctx.currentStore = store;
     ctx.currentSection = section;
     const transfer::FlowOutcome o = transfer::runFlow(flow, *state.Conn, control, flowState, ctx, {});
-    const int code = reportTransfer(state, o, control, out, err);
-    for (const char* table : {"KVR_20", "KVR_23"}) state.Conn->exec(std::string("UPDATE ") + table + " SET Is_Selected = 0 WHERE Is_Selected <> 0");
-    return code;
+    return reportTransfer(state, o, control, out, err);
 }
 
 }  // namespace
@@ -370,6 +394,7 @@ Outcome importPlu(shell::ProgramState& state, const ImportArgs& args, const Tran
             "BEGIN INSERT OR IGNORE INTO cli_imported VALUES (new.rowid); END");
     const exchange::ImportResult r = exchange::importPlus(db, args.file, opt);
     db.exec("DROP TRIGGER IF EXISTS temp.cli_imported_row");
+    mark("import");
 
     switch (r.outcome) {
         case exchange::ImportOutcome::Refused:
@@ -638,6 +663,11 @@ std::string missingSourceFile(const std::string& appDir) {
 
 int runCommand(const Parsed& p, const std::string& appDir, const Environment& env, std::ostream& out,
                std::ostream& err) {
+    PhaseTimes times;
+    g_times = &times;
+    struct Unset {
+        ~Unset() { g_times = nullptr; }
+    } unset;
     shell::ProgramState state;
     state.appDir = appDir;
     SilentView view;
@@ -661,6 +691,7 @@ int runCommand(const Parsed& p, const std::string& appDir, const Environment& en
         return kDamaged;
     }
     for (const auto& n : state.startNotices) err << "brindale-cli: " << n << "\n";
+    times.mark("start");
 
     Transfers t;
     if (env.transfer) t.options = *env.transfer;
@@ -680,6 +711,7 @@ int runCommand(const Parsed& p, const std::string& appDir, const Environment& en
         o.changed = true;
     }
 
+    times.mark("rest");
     if (!o.changed) {
         // Nothing to write: the mirror stays byte for byte as it was.
         state.closeDatabase();
@@ -692,6 +724,8 @@ int runCommand(const Parsed& p, const std::string& appDir, const Environment& en
         const std::vector<std::string> warnings = shell::endProgram(state, view);
         for (const auto& w : warnings) err << "brindale-cli: " << w << "\n";
         if (!warnings.empty()) o.exit = worst(o.exit, kSkipped);
+        times.mark("end");
+        times.print(err);
     } catch (const std::exception& e) {
         // The old mirror stands; the working database stays for the next start to recover.
         err << "brindale-cli: " << e.what() << "\nbrindale-cli: the data were not saved; the old mirror is kept and "
