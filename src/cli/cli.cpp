@@ -387,13 +387,9 @@ Outcome importPlu(shell::ProgramState& state, const ImportArgs& args, const Tran
     opt.barcodeLists = &state.barcodeLists;
     opt.progress = [](long long, long long) { return !g_stop.load(); };
 
-    // The rows this import writes, whatever their row ids: the file's PLUs for --send.
-    db.exec("CREATE TEMP TABLE IF NOT EXISTS cli_imported (id INTEGER PRIMARY KEY)");
-    db.exec("DELETE FROM temp.cli_imported");
-    db.exec("CREATE TEMP TRIGGER IF NOT EXISTS cli_imported_row AFTER INSERT ON KVR_25 "
-            "BEGIN INSERT OR IGNORE INTO cli_imported VALUES (new.rowid); END");
+    // The rows this import writes stay marked: exactly the file's PLUs for --send.
+    opt.markImported = args.send;
     const exchange::ImportResult r = exchange::importPlus(db, args.file, opt);
-    db.exec("DROP TRIGGER IF EXISTS temp.cli_imported_row");
     mark("import");
 
     switch (r.outcome) {
@@ -441,12 +437,6 @@ Outcome importPlu(shell::ProgramState& state, const ImportArgs& args, const Tran
     if (g_stop.load()) {
         o.exit = worst(o.exit, kScalesFailed);
         return o;
-    }
-    {
-        store::Transaction tx(db);
-        db.exec("UPDATE KVR_25 SET Is_Selected = 0 WHERE Is_Selected <> 0");
-        db.exec("UPDATE KVR_25 SET Is_Selected = 1 WHERE rowid IN (SELECT id FROM temp.cli_imported)");
-        tx.commit();
     }
     o.changed = true;
     o.exit = worst(o.exit, runPluFlow(state, args.store, args.section, false, false, false, t, out, err));

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "cli_fixture.h"
+#include "exchange/plu_import.h"
 #include "shell/folder_lock.h"
 
 namespace fs = std::filesystem;
@@ -175,6 +176,50 @@ TEST_F(CliImport, ASetWithoutPluNumberIsRefusedAndNothingChanges) {
     r = cli({"import-plu", file, "--set", path("noplu.set"), "--store", "77"});
     EXPECT_EQ(r.code, Exit::kRefused);
     EXPECT_EQ(folderBytes(path("AccessData")), before);
+}
+
+// The import's mark for --send: the rows it wrote, and no other (a mark left from before goes).
+TEST(CliImportMarks, TheImportLeavesExactlyItsRowsMarked) {
+    MirrorChain chain;
+    chain.start();
+    datagen::ChainShape shape;
+    shape.stores = 1;
+    shape.plus = 20;
+    chain.generate(shape, 5);
+    chain.db().exec("UPDATE KVR_25 SET Is_Selected = 1 WHERE rowid % 3 = 0");
+    int64_t existing = 0;
+    {
+        auto st = chain.db().prepare("SELECT PLU_No FROM KVR_25 ORDER BY PLU_No LIMIT 1");
+        ASSERT_TRUE(st->step());
+        existing = st->columnInt(0);
+    }
+    const std::string file = chain.app.path("marks.txt");
+    writeText(file, "900001\t1.00\r\n" + std::to_string(existing) + "\t2.00\r\n900001\t3.00\r\n900002\t4.00\r\n");
+    exchange::ImportOptions o;
+    o.columns = {"PLU_No", "PLU_UPrice"};
+    o.weightFlag = "0";
+    o.stNo = 1;
+    o.mgNo = 997;
+    o.replaceExisting = true;
+    o.markImported = true;
+    o.codePage = chain.state->codePage.get();
+    o.barcodeLists = &chain.state->barcodeLists;
+    const exchange::ImportResult r = exchange::importPlus(chain.db(), file, o);
+    ASSERT_EQ(r.outcome, exchange::ImportOutcome::Ok) << r.error;
+    std::set<int64_t> marked;
+    auto st = chain.db().prepare("SELECT PLU_No FROM KVR_25 WHERE Is_Selected <> 0");
+    while (st->step()) marked.insert(st->columnInt(0));
+    EXPECT_EQ(marked, (std::set<int64_t>{existing, 900001, 900002}));
+    st.reset();
+    // Without the option every row is left unmarked, as the window's import leaves them.
+    chain.db().exec("UPDATE KVR_25 SET Is_Selected = 1 WHERE rowid % 3 = 0");
+    o.markImported = false;
+    ASSERT_EQ(exchange::importPlus(chain.db(), file, o).outcome, exchange::ImportOutcome::Ok);
+    auto none = chain.db().prepare("SELECT COUNT(*) FROM KVR_25 WHERE Is_Selected <> 0");
+    none->step();
+    EXPECT_EQ(none->columnInt(0), 0);
+    none.reset();
+    chain.state->closeDatabase();
 }
 
 // ---- send ----
