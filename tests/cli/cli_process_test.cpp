@@ -243,5 +243,50 @@ TEST_F(CliCrontab, TheReadmeLineRunsAsWritten) {
     fs::remove_all(home);
 }
 
+
+// ---- the README's systemd user timer ----
+
+// The indented block after the line of the README that names `file`.
+std::string readmeBlockAfter(const std::string& file) {
+    const std::string text = readText(std::string(BRINDALE_SOURCE_ROOT) + "/README.md");
+    const size_t at = text.find(file + "`:");
+    if (at == std::string::npos) return {};
+    std::istringstream in(text.substr(text.find('\n', at) + 1));
+    std::string out, pending;
+    bool started = false;
+    for (std::string l; std::getline(in, l);) {
+        if (l.rfind("    ", 0) == 0) {
+            out += pending + l.substr(4) + "\n";
+            pending.clear();
+            started = true;
+        } else if (l.empty()) {
+            if (started) pending += "\n";
+        } else if (started) {
+            break;
+        }
+    }
+    return out;
+}
+
+TEST(CliSystemdTimer, TheReadmeUnitsPassSystemdAnalyzeVerify) {
+    std::string service = readmeBlockAfter("brindale-prices.service");
+    const std::string timer = readmeBlockAfter("brindale-prices.timer");
+    ASSERT_NE(service.find("ExecStart=%h/brindale/brindale-cli --wait import-plu"), std::string::npos) << service;
+    ASSERT_NE(timer.find("OnCalendar="), std::string::npos) << timer;
+    // The home of the test has no brindale folder: the built tool stands in for it.
+    const std::string exec = "%h/brindale/brindale-cli";
+    service.replace(service.find(exec), exec.size(), kBuiltCli);
+    const std::string dir = (fs::temp_directory_path() / ("brindale-units-" + std::to_string(::getpid()))).string();
+    fs::create_directories(dir);
+    writeText(dir + "/brindale-prices.service", service);
+    writeText(dir + "/brindale-prices.timer", timer);
+    Process v = Process::start({"/usr/bin/systemd-analyze", "verify", dir + "/brindale-prices.service",
+                                dir + "/brindale-prices.timer"},
+                               dir);
+    EXPECT_EQ(v.wait(30000), 0) << v.err();
+    EXPECT_EQ(v.err(), "") << v.err();
+    fs::remove_all(dir);
+}
+
 }  // namespace
 }  // namespace brindale::testing
