@@ -245,6 +245,17 @@ TEST_F(CliServing, SendsTheListedPlusThenDeletesThem) {
     for (auto& s : scales) EXPECT_EQ(s->file("25").size(), 1u);
 }
 
+TEST_F(CliServing, DepartmentsAndMainGroupsAloneSendNoPlu) {
+    CliResult r = cli({"send", "--store", "1", "--section", "1", "--tables", "20,23"});
+    ASSERT_EQ(r.code, Exit::kDone) << r.out << r.err;
+    EXPECT_EQ(lines(r.out).size(), 6u) << r.out;  // a line per scale for each of the two
+    for (auto& s : scales) {
+        EXPECT_GT(s->recordCount("20"), 0u);
+        EXPECT_GT(s->recordCount("23"), 0u);
+        EXPECT_EQ(s->recordCount("25"), 0u);
+    }
+}
+
 TEST_F(CliServing, UnknownPlusAreSkippedAndTheRestIsSent) {
     CliResult r = cli({"send", "--store", "1", "--tables", "25", "--plu", std::to_string(store1Plus[0]) + ",999999"});
     EXPECT_EQ(r.code, Exit::kSkipped) << r.out << r.err;
