@@ -392,6 +392,16 @@ TEST_F(CliDamaged, AMissingSettingsFileExitsEightNamingIt) {
     EXPECT_TRUE(contains(r.err, "ini/SETTING1.cfg")) << r.err;
 }
 
+TEST_F(CliDamaged, ALockFileThatCannotBeMadeExitsEightNamingIt) {
+    fs::create_directories(path("brindale.lock"));
+    const auto before = folderBytes(path("AccessData"));
+    CliResult r = cli({"send", "--store", "1", "--tables", "25"});
+    EXPECT_EQ(r.code, Exit::kDamaged);
+    EXPECT_TRUE(contains(r.err, path("brindale.lock"))) << r.err;
+    EXPECT_EQ(folderBytes(path("AccessData")), before);
+    for (auto& s : scales) EXPECT_EQ(s->stats().connections.load(), 0u);
+}
+
 TEST_F(CliDamaged, ADamagedMirrorFileExitsEightNamingFileAndLine) {
     const auto before = folderBytes(path("AccessData"));
     std::string store = readText(path("AccessData/tempstore.txt"));

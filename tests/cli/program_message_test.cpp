@@ -9,6 +9,8 @@
 
 #include <unistd.h>
 
+#include <filesystem>
+
 using namespace brindale::shell;
 using brindale::testing::TempApp;
 
@@ -19,9 +21,22 @@ private slots:
         Messages::clearShown();
         Messages::setResponder([](const MessageRecord&) { return MsgResult::Ok; });
     }
+    void aFolderWhereTheLockCannotBeMadeLetsTheStartTell();
     void aCliRunIsNamedByJobAndProcess();
     void theChineseBlockGivesItsOwnText();
 };
+
+void ProgramMessageTest::aFolderWhereTheLockCannotBeMadeLetsTheStartTell() {
+    // The lock file's name taken by a folder: the program goes on, and its start tells what else
+    // is wrong with the folder; nothing is shown here.
+    TempApp app;
+    std::filesystem::create_directories(app.path(kFolderLockFile));
+    QVERIFY(claimApplicationFolder(app.dir()));
+    QVERIFY(Messages::shown().empty());
+    FolderLock again;
+    QCOMPARE(again.acquire(app.dir(), "brindale-cli summary"), FolderLock::Result::Failed);
+    QVERIFY(again.error().find(app.path(kFolderLockFile)) != std::string::npos);
+}
 
 void ProgramMessageTest::aCliRunIsNamedByJobAndProcess() {
     TempApp app;
