@@ -62,6 +62,9 @@ struct ImportOptions {
     int64_t stNo = 0;                  // for lines without ST_No
     int64_t mgNo = 0;                  // for lines without PLU_MG
     bool replaceExisting = false;      // an imported PLU replaces the one already there
+    // The rows this import writes are left marked (Is_Selected 1) for a send, every other row
+    // unmarked; otherwise every row is left unmarked.
+    bool markImported = false;
     int priceDecimals = 2;
     int weightDecimals = 3;
     std::string decimalSign = ".";     // accepted beside "."

@@ -19,10 +19,13 @@
 #include <QDialog>
 #include <QTimer>
 
-#include "data_format_dialog.h"
 #include "about_form.h"
+#include "data_format_dialog.h"
+#include "folder_lock.h"
 #include "guard.h"
 #include "help_form.h"
+#include "lifecycle.h"
+#include "paths.h"
 #include "translate_form.h"
 #include "labelformat/ui/label_format.h"
 #include "main_window.h"
@@ -403,19 +406,35 @@ std::string applicationFolder() {
     return resolveApplicationFolder(QCoreApplication::applicationDirPath().toStdString(), userDataHome());
 }
 
-bool anotherInstanceRuns() {
-    // The program's own file is the lock: nothing is created, and the lock ends with the process.
-    static int fd = -1;
-    if (fd >= 0) return false;
-    std::string exe = QCoreApplication::applicationFilePath().toStdString();
-    fd = ::open(exe.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return false;
-    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        ::close(fd);
-        fd = -1;
-        return true;
+bool claimApplicationFolder(const std::string& appDir) {
+    // Held for the whole run: the lock goes with the process, however it ends.
+    static FolderLock lock;
+    if (lock.held()) return true;
+    switch (lock.acquire(appDir, kProgramHolder)) {
+        case FolderLock::Result::Acquired: return true;
+        // The start itself tells what is wrong with a folder it cannot use.
+        case FolderLock::Result::Failed: return true;
+        case FolderLock::Result::Busy: break;
     }
+    if (lock.holder().job == kProgramHolder || lock.holder().job.empty()) return false;  // silently
+    Messages::show(QString::fromStdString(folderInUseText(appDir, lock.holder())), MsgIcon::Exclamation);
     return false;
+}
+
+std::string folderInUseText(const std::string& appDir, const LockHolder& holder) {
+    // No language table is loaded yet: the one text is read from the file by itself.
+    std::string text;
+    try {
+        ProgramState st;
+        st.appDir = appDir;
+        const Settings settings = readSettings(st.path(kSettingsFile));
+        st.lang.loadOne(st.path(kLanguageFile), settings.LanguageName(), "msgbox");
+        text = st.text("msgbox", "folderInUse");
+    } catch (const std::exception&) {
+        text.clear();
+    }
+    if (text.empty()) text = "The application folder is in use by %1 (process %2). Start the program again when it has ended.";
+    return fillIn(text, {holder.job, std::to_string(holder.pid)});
 }
 
 }  // namespace brindale::shell

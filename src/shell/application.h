@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "folder_lock.h"
 #include "program_state.h"
 
 namespace brindale::shell {
@@ -65,8 +66,11 @@ private:
 // per-user folder made from the installed files (resolveApplicationFolder). Throws FatalError.
 std::string applicationFolder();
 
-// True when another copy of the program in this application folder is running. The lock is
-// held by the process for its whole life and goes with it, however it ends.
-bool anotherInstanceRuns();
+// Takes the lock of the application folder for the whole run. False when the run must end at
+// once: another copy of the program holds the folder (nothing is shown), or brindale-cli does
+// (a message names its job and process). Nothing in the folder is changed then.
+bool claimApplicationFolder(const std::string& appDir);
+// The message naming what holds the folder (msgbox folderInUse, read by itself from the file).
+std::string folderInUseText(const std::string& appDir, const LockHolder& holder);
 
 }  // namespace brindale::shell

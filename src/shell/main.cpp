@@ -4,6 +4,7 @@
 
 #include <QTimer>
 #include <cstdlib>
+#include <string>
 
 #include "about_form.h"
 #include "application.h"
@@ -15,7 +16,6 @@ int main(int argc, char** argv) {
     brindale::shell::GuardedApplication qapp(qtArgc, argv);
     QApplication::setApplicationName("Brindale");
     QApplication::setWindowIcon(brindale::shell::programIcon());
-    if (brindale::shell::anotherInstanceRuns()) return 0;  // silently, touching nothing
 
     std::string folder;
     try {
@@ -23,6 +23,8 @@ int main(int argc, char** argv) {
     } catch (const std::exception& e) {  // the per-user folder could not be made: named
         return brindale::shell::Application::reportFatal(e);
     }
+    if (!brindale::shell::claimApplicationFolder(folder)) return 0;  // touching nothing
+
     brindale::shell::Application app(folder);
     app.installTerminationHandlers();
     app.setMainLoopLevel(1);

@@ -188,7 +188,7 @@ bool FlowSession::placeOf(const FlowRow& row, FlowOutcome& out) {
             out.section = ctx_.currentSection;
             break;
         case Where::StoreOneSectionZero:
-            out.store = 1;
+            out.store = ctx_.reportStore;
             out.section = 0;
             break;
         case Where::ScaleRow: {

@@ -107,6 +107,7 @@ struct FlowContext {
     // The caller's identifiers (report upload: the chosen report; other files: the ticked boxes).
     std::vector<std::string> identifiers;
     int64_t currentPluRowId = 0;  // KVR_25 row of the list's current PLU (single-PLU download)
+    int reportStore = 1;          // the store the report fetch asks (the window's is always 1)
     const codec::CodecEnvironment* env = nullptr;  // for packing PLU records
     // The clock of the date-and-time record; the computer's clock when empty.
     std::function<std::tm()> clock;
