@@ -142,6 +142,14 @@ bool storeExists(store::Database& db, int number) {
 
 // The control as the command line presents it: no window; a stop asked from outside cancels
 // the scales under way.
+// What every flow of the command line is given: the working database and the transfer's texts.
+transfer::FlowContext flowContext(const shell::ProgramState& state) {
+    transfer::FlowContext ctx;
+    ctx.databasePath = state.databasePath();
+    ctx.languageText = state.sectionText("ActX_KVR");
+    return ctx;
+}
+
 void prepareControl(transfer::KVRDataTrans& control, const Transfers& t) {
     control.setOptions(t.options);
     control.setPresenter([](transfer::TransferEngine& engine, const transfer::LanguageTexts&) {
@@ -210,9 +218,7 @@ int runPluFlow(shell::ProgramState& state, int store, int section, bool remove, 
     prepareControl(control, t);
     transfer::FlowState flowState;
     const codec::CodecEnvironment env = state.codecEnvironment();
-    transfer::FlowContext ctx;
-    ctx.databasePath = state.databasePath();
-    ctx.languageText = state.sectionText("ActX_KVR");
+    transfer::FlowContext ctx = flowContext(state);
     ctx.currentStore = store;
     ctx.currentSection = section;
     ctx.env = &env;
@@ -235,9 +241,7 @@ int runStoreFlow(shell::ProgramState& state, transfer::Flow flow, int store, int
     transfer::KVRDataTrans control;
     prepareControl(control, t);
     transfer::FlowState flowState;
-    transfer::FlowContext ctx;
-    ctx.databasePath = state.databasePath();
-    ctx.languageText = state.sectionText("ActX_KVR");
+    transfer::FlowContext ctx = flowContext(state);
     ctx.currentStore = store;
     ctx.currentSection = section;
     const transfer::FlowOutcome o = transfer::runFlow(flow, *state.Conn, control, flowState, ctx, {});
@@ -474,9 +478,7 @@ Outcome report(shell::ProgramState& state, const ReportArgs& args, const Transfe
     transfer::KVRDataTrans control;
     prepareControl(control, t);
     transfer::FlowState flowState;
-    transfer::FlowContext ctx;
-    ctx.databasePath = state.databasePath();
-    ctx.languageText = state.sectionText("ActX_KVR");
+    transfer::FlowContext ctx = flowContext(state);
     ctx.identifiers = {layout->identifier};
     ctx.reportStore = args.store;
     const transfer::FlowOutcome fo = transfer::runFlow(transfer::Flow::ReportUpload, db, control, flowState, ctx, {});

@@ -102,6 +102,24 @@ protected:
         cli::clearStop();
     }
 
+    // The three scales again, each taking the connection and then answering nothing.
+    void hangEveryScale() {
+        for (auto& s : scales) s->stop();
+        scales.clear();
+        std::vector<scaleemu::ScaleOptions> each;
+        for (const char* a : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
+            scaleemu::ScaleOptions o;
+            o.address = a;
+            o.port = 0;
+            o.hang = true;
+            each.push_back(o);
+        }
+        std::string error;
+        scales = scaleemu::startScales(each, error);
+        ASSERT_EQ(scales.size(), 3u) << error;
+        env.transfer->port = scales[0]->port();
+    }
+
     const std::string& dir() const { return chain.app.dir(); }
     std::string path(const std::string& relative) const { return chain.app.path(relative); }
 

@@ -339,20 +339,7 @@ class CliHanging : public CliChain {
 protected:
     void SetUp() override {
         CliChain::SetUp();
-        for (auto& s : scales) s->stop();
-        scales.clear();
-        std::vector<scaleemu::ScaleOptions> each;
-        for (const char* a : {"127.0.0.2", "127.0.0.3", "127.0.0.4"}) {
-            scaleemu::ScaleOptions o;
-            o.address = a;
-            o.port = 0;
-            o.hang = true;
-            each.push_back(o);
-        }
-        std::string error;
-        scales = scaleemu::startScales(each, error);
-        ASSERT_EQ(scales.size(), 3u) << error;
-        env.transfer->port = scales[0]->port();
+        hangEveryScale();
     }
 };
 
