@@ -1,10 +1,14 @@
 #include "form_scaling.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include <QAbstractScrollArea>
 #include <QAbstractSpinBox>
 #include <QComboBox>
 #include <QFont>
 #include <QLayout>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QSplitter>
 #include <QStackedLayout>
@@ -20,7 +24,8 @@ namespace {
 // Controls that place their own parts: their children are not controls of the form.
 bool placesOwnParts(const QWidget* w) {
     return qobject_cast<const QAbstractScrollArea*>(w) || qobject_cast<const QComboBox*>(w) ||
-           qobject_cast<const QAbstractSpinBox*>(w) || qobject_cast<const QTabBar*>(w);
+           qobject_cast<const QAbstractSpinBox*>(w) || qobject_cast<const QTabBar*>(w) ||
+           qobject_cast<const QLineEdit*>(w);
 }
 
 // Parents that give their children place and size themselves.
@@ -97,9 +102,27 @@ void layOutNow(QWidget* form) {
             l->activate();
         }
     };
-    run(client);
-    // Depth first, parents before children: each layout works in the rectangle its parent gave.
-    for (QWidget* w : client->findChildren<QWidget*>()) run(w);
+    auto all = [&] {
+        run(client);
+        // Depth first, parents before children: each layout works in the rectangle its parent gave.
+        for (QWidget* w : client->findChildren<QWidget*>()) run(w);
+    };
+    all();
+    // A page of a tab or stack that is not shown has never been given a size (Qt sizes only the
+    // current page), so its layout had no room: every page gets the current one's rectangle and
+    // the layouts run again. Without this, the design of those pages' controls would be taken
+    // from a squeezed layout and a page opened after a resize would show nothing.
+    bool sized = false;
+    for (QStackedWidget* stack : client->findChildren<QStackedWidget*>()) {
+        QWidget* current = stack->currentWidget();
+        if (!current) continue;
+        for (int i = 0; i < stack->count(); ++i)
+            if (QWidget* page = stack->widget(i); page != current && page->geometry() != current->geometry()) {
+                page->setGeometry(current->geometry());
+                sized = true;
+            }
+    }
+    if (sized) all();
 }
 
 void setLayoutsEnabled(QWidget* form, bool on) {
@@ -124,6 +147,23 @@ void setLayoutsEnabled(QWidget* form, bool on) {
     };
     set(client);
     for (QWidget* w : client->findChildren<QWidget*>()) set(w);
+    // A control the design gives a fixed or bounded size (a narrow field of digits) grows and
+    // shrinks like the others once the resizes place it; its bounds return with the layouts.
+    const char* minKept = "DesignMinimumSize";
+    const char* maxKept = "DesignMaximumSize";
+    for (QWidget* w : scaledControls(form)) {
+        if (!on) {
+            if (!w->property(minKept).isValid()) {
+                w->setProperty(minKept, w->minimumSize());
+                w->setProperty(maxKept, w->maximumSize());
+            }
+            w->setMinimumSize(0, 0);
+            w->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+        } else if (w->property(minKept).isValid()) {
+            w->setMinimumSize(w->property(minKept).toSize());
+            w->setMaximumSize(w->property(maxKept).toSize());
+        }
+    }
 }
 
 void saveFormGeometry(QWidget* form, ScaleReference& ref) {
@@ -132,11 +172,12 @@ void saveFormGeometry(QWidget* form, ScaleReference& ref) {
     for (QWidget* w : scaledControls(form)) {
         const QRect g = w->geometry();
         w->setProperty(kTagProperty, QString::fromStdString(formatTag(std::vector<int>{g.x(), g.y(), g.width(), g.height()})));
-        if (auto* s = qobject_cast<QSplitter*>(w)) {
-            QVariantList sizes;
-            for (int v : s->sizes()) sizes << v;
-            s->setProperty(kTagSizesProperty, sizes);
-        }
+    }
+    // Every splitter's panes, also of a splitter that is itself a pane and so has no Tag.
+    for (QSplitter* s : client->findChildren<QSplitter*>()) {
+        QVariantList sizes;
+        for (int v : s->sizes()) sizes << v;
+        s->setProperty(kTagSizesProperty, sizes);
     }
     setLayoutsEnabled(form, false);
 }
@@ -157,13 +198,53 @@ void resizeForm(QWidget* form, const ScaleReference& ref) {
             font.setPointSizeF(size);
             w->setFont(font);
         }
-        if (auto* s = qobject_cast<QSplitter*>(w)) {
-            const QVariantList design = s->property(kTagSizesProperty).toList();
-            const double k = s->orientation() == Qt::Horizontal ? f.x : f.y;
-            QList<int> sizes;
-            for (const QVariant& v : design) sizes << static_cast<int>(v.toDouble() * k + 0.5);
-            if (!sizes.isEmpty() && s->sizes() != sizes) s->setSizes(sizes);
+    }
+    // The panes share what the splitter has beside its handles, in their design proportions: the
+    // handles keep their width, so panes scaled by the factor alone would not fit, and the
+    // splitter would cut a pixel off one of them (and off the controls on its edge). Parents come
+    // before their children here, so a splitter inside a pane already has its new size.
+    for (QSplitter* s : client->findChildren<QSplitter*>()) {
+        const QVariantList design = s->property(kTagSizesProperty).toList();
+        if (design.isEmpty() || design.size() != s->count()) continue;
+        double total = 0;
+        int panes = 0;
+        for (const QVariant& v : design) {
+            total += v.toDouble();
+            if (v.toInt() > 0) ++panes;
         }
+        if (total <= 0) continue;
+        const int extent = s->orientation() == Qt::Horizontal ? s->width() : s->height();
+        const int room = std::max(0, extent - s->handleWidth() * std::max(0, panes - 1));
+        QList<int> sizes;
+        int given = 0, last = -1;
+        for (int i = 0; i < design.size(); ++i) {
+            const int v = static_cast<int>(std::lround(design[i].toDouble() * room / total));
+            sizes << v;
+            given += v;
+            if (design[i].toInt() > 0) last = i;
+        }
+        if (last >= 0) sizes[last] += room - given;  // the rounding's remainder to the last pane
+        if (s->sizes() != sizes) s->setSizes(sizes);
+    }
+    // Pages of tabs that are not shown take the shown page's rectangle, as they will when shown.
+    for (QStackedWidget* stack : client->findChildren<QStackedWidget*>())
+        if (QWidget* current = stack->currentWidget())
+            for (int i = 0; i < stack->count(); ++i)
+                if (QWidget* page = stack->widget(i); page != current && page->geometry() != current->geometry())
+                    page->setGeometry(current->geometry());
+    // Rounding, and the handles that do not scale, may push a control that lies on its parent's
+    // right or bottom edge a pixel or two past it, where its border would be cut off: it is kept
+    // inside. A control the design places further out is left where the Tag puts it.
+    constexpr int kSlack = 3;
+    for (QWidget* w : scaledControls(form)) {
+        QWidget* parent = w->parentWidget();
+        if (!parent || !w->property(kTagProperty).isValid()) continue;
+        QRect g = w->geometry();
+        const int overRight = g.x() + g.width() - parent->width();
+        const int overBottom = g.y() + g.height() - parent->height();
+        if (overRight > 0 && overRight <= kSlack && g.x() >= 0) g.setWidth(g.width() - overRight);
+        if (overBottom > 0 && overBottom <= kSlack && g.y() >= 0) g.setHeight(g.height() - overBottom);
+        if (g != w->geometry()) w->setGeometry(g);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <QSplitter>
 #include <QTableView>
 #include <QTableWidget>
+#include <QTabWidget>
 #include <QTest>
 #include <cstdlib>
 #include <map>
@@ -162,6 +163,61 @@ TEST_F(Scaling, TwiceTheHeightDoublesTopHeightAndTheFont) {
         EXPECT_NEAR(now.height(), p.design.height() * 2, 1) << nameOf(p.w);
         EXPECT_NEAR(now.x(), p.design.x(), 1) << nameOf(p.w);
         EXPECT_NEAR(p.w->font().pointSizeF(), designFont * 2, 0.01) << nameOf(p.w);
+    }
+    g.end();
+}
+
+// Smaller and larger than designed, in both directions: a control that fits inside its parent at
+// the design size still does, none cut off at an edge (a splitter's handles keep their width, so
+// its panes must share what is left of it rather than take the factor alone).
+TEST_F(Scaling, EveryControlThatFitsItsParentAtTheDesignSizeFitsItAtOtherSizes) {
+    GuiApp g;
+    firstStore(g, "S");
+    settle();
+    MainWindow& w = g.w();
+    const QSize design = w.centralWidget()->size();
+    std::vector<QWidget*> fitting;
+    for (const auto& p : placedControls(w))
+        if (p.w->parentWidget() && p.w->parentWidget()->rect().contains(p.w->geometry())) fitting.push_back(p.w);
+    ASSERT_GT(fitting.size(), 100u);
+    for (const QSize size : {QSize(design.width() * 3 / 4, design.height() * 3 / 4 - 13),
+                             QSize(design.width() * 3 / 2, design.height() * 5 / 4), QSize(design.width() * 2 / 3, design.height())}) {
+        resizeClient(w, size);
+        for (QWidget* c : fitting)
+            EXPECT_TRUE(c->parentWidget()->rect().contains(c->geometry()))
+                << nameOf(c) << " at " << size.width() << "x" << size.height() << ": " << c->geometry().x() << ","
+                << c->geometry().y() << " " << c->geometry().width() << "x" << c->geometry().height() << " in "
+                << c->parentWidget()->width() << "x" << c->parentWidget()->height();
+    }
+    g.end();
+}
+
+// The editor's pages that were not shown when the design was taken: after a resize each one,
+// opened, shows its controls at the new size, each of a real size and inside the page.
+TEST_F(Scaling, EveryPageOfTheEditorOpenedAfterAResizeShowsItsControls) {
+    GuiApp g;
+    firstStore(g, "S");
+    settle();
+    MainWindow& w = g.w();
+    auto* tabs = w.findChild<QTabWidget*>("SSTabPLU");
+    ASSERT_NE(tabs, nullptr);
+    ASSERT_GE(tabs->count(), 5);
+    const QSize design = w.centralWidget()->size();
+    resizeClient(w, QSize(design.width() * 3 / 2, design.height() * 5 / 4));
+    for (int i = 0; i < tabs->count(); ++i) {
+        tabs->setCurrentIndex(i);
+        settle();
+        QWidget* page = tabs->currentWidget();
+        int shown = 0;
+        for (const auto& p : placedControls(w)) {
+            if (!page->isAncestorOf(p.w) || !p.w->isVisibleTo(page)) continue;
+            ++shown;
+            const QRect r(p.w->mapTo(page, QPoint(0, 0)), p.w->size());
+            EXPECT_GT(p.w->height(), 10) << nameOf(p.w) << " on page " << i;
+            EXPECT_GT(p.w->width(), 10) << nameOf(p.w) << " on page " << i;
+            EXPECT_TRUE(page->rect().contains(r)) << nameOf(p.w) << " on page " << i;
+        }
+        EXPECT_GE(shown, 2) << "page " << i;  // the nutrition page has its check box and grid
     }
     g.end();
 }

@@ -1,3 +1,4 @@
+#include <QTabWidget>
 // Pictures of window scaling for a person to look at: the main window at three sizes, frmScale,
 // and the data format dialog and main window under a Thai system, saved as PNGs into the folder
 // given as the first argument. Not a test; run it under a display (or Xvfb).
@@ -33,6 +34,12 @@ void mainAtSizes(GuiApp& g, const char* prefix) {
     save(&w, (std::string(prefix) + "-small").c_str());
     w.resize(design.width() * 3 / 2, design.height() * 5 / 4);
     save(&w, (std::string(prefix) + "-large").c_str());
+    if (auto* tabs = w.findChild<QTabWidget*>("SSTabPLU")) {
+        tabs->setCurrentIndex(3);
+        QApplication::processEvents();
+        save(&w, (std::string(prefix) + "-large-tab3").c_str());
+        tabs->setCurrentIndex(0);
+    }
     w.resize(design);
 }
 
